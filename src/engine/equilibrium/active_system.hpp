@@ -1,0 +1,112 @@
+#pragma once
+
+#include "engine/conditions/equilibrium_conditions.hpp"
+#include "engine/data/system.hpp"
+
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace tessara {
+
+/// A phase as a calculation sees it: the constituents that can be there, and what mixes them.
+/// Copies of a phase are one block, as they are composition sets of one model.
+struct Block {
+    std::size_t phase = 0;           ///< the first listed copy
+    std::vector<std::size_t> copies; ///< listed copies that take part, in file order
+    bool may_add_sets = true;        ///< every listed copy is entered: the model may unmix further
+    bool dormant = false;
+    bool pure = false;
+    std::size_t first = 0; ///< of its species
+    std::size_t count = 0; ///< number of its species
+    std::unique_ptr<PhaseEvaluator> evaluator;
+    Curvature curvature = Curvature::Ideal;
+    double shift = 0.0; ///< of an ideal phase, see `PhaseEvaluator::ideal_shift`
+
+    /// Compositions that a search starts from, sample after sample; none for ideal phases.
+    std::vector<double> sample_x;
+    std::vector<double> sample_log_x;
+    std::vector<double> sample_mixing; ///< m at the samples, at the present state
+
+    std::size_t sample_count() const { return sample_mixing.size(); }
+    std::span<const double> sample(std::size_t k) const { return {&sample_x[k * count], count}; }
+    std::span<const double> log_sample(std::size_t k) const {
+        return {&sample_log_x[k * count], count};
+    }
+};
+
+/// A constituent that can be there.
+struct Species {
+    std::size_t block;
+    std::size_t phase;       ///< the block's first copy
+    std::size_t constituent; ///< its number in the phase
+};
+
+/// The part of a system that a calculation can hold: without the components that are absent and
+/// without what is eliminated. Depends on which components are there, not on how much of them.
+class ActiveSystem {
+public:
+    /// `available` marks the components that are there; `excluded` (phase after phase, constituent
+    /// after constituent; may be empty) marks constituents known to be unable to form.
+    ActiveSystem(const System& system, const EquilibriumConditions& conditions,
+                 const std::vector<char>& available, const std::vector<char>& excluded,
+                 int sampling = 1);
+
+    /// Works out all that depends on T and P alone.
+    void set_state(const TemperatureTerms& at, double pressure);
+
+    const System& system() const { return *system_; }
+
+    /// Indexes of the components that are there.
+    const std::vector<std::size_t>& components() const { return components_; }
+    std::size_t component_count() const { return components_.size(); }
+
+    std::vector<Block> blocks;
+    const std::vector<Species>& species() const { return species_; }
+    /// Entered species come first, those of dormant blocks last.
+    std::size_t entered_count() const { return entered_count_; }
+    std::span<const double> stoichiometry(std::size_t species) const {
+        return {stoichiometry_.data() + species * components_.size(), components_.size()};
+    }
+    /// Gibbs energy of the species as pure substances, over R T.
+    std::span<const double> gibbs() const { return gibbs_; }
+
+    /// Whether the same reduction serves these conditions.
+    bool serves(const EquilibriumConditions& conditions, const std::vector<char>& available,
+                const std::vector<char>& excluded) const {
+        return available == available_ && excluded == excluded_ && conditions.phases == phases_ &&
+               conditions.constituents == constituents_;
+    }
+
+    /// Place of a constituent among the species, or `None`.
+    static constexpr std::size_t None = static_cast<std::size_t>(-1);
+    std::size_t species_of(std::size_t phase, std::size_t constituent) const {
+        return species_of_[phase_offset_[phase] + constituent];
+    }
+    /// The block that a listed phase belongs to, or `None`.
+    std::size_t block_of(std::size_t phase) const { return block_of_[phase]; }
+
+private:
+    bool possible(std::size_t phase, std::size_t constituent,
+                  const EquilibriumConditions& conditions) const;
+    void add_block(std::size_t phase, const EquilibriumConditions& conditions, bool dormant);
+    void make_samples(Block& block) const;
+
+    const System* system_;
+    int sampling_;
+    std::vector<std::size_t> components_;
+    std::vector<Species> species_;
+    std::size_t entered_count_ = 0;
+    std::vector<double> stoichiometry_;
+    std::vector<double> gibbs_;
+    std::vector<std::size_t> phase_offset_;
+    std::vector<std::size_t> species_of_;
+    std::vector<std::size_t> block_of_;
+    // What this reduction was made for.
+    std::vector<char> available_;
+    std::vector<char> excluded_;
+    std::vector<Participation> phases_;
+    std::vector<std::vector<Participation>> constituents_;
+};
+
+} // namespace tessara
