@@ -1,0 +1,596 @@
+#include "basic/operations.hpp"
+
+#include "basic/files.hpp"
+#include "basic/python/objects.hpp"
+#include "basic/run.hpp"
+
+#include <cmath>
+
+// The operations: what each takes, what it says of itself, and what it does with the library.
+
+namespace tessara::basic {
+namespace {
+
+Library& library() {
+    return instance().library;
+}
+
+template <class Enumerator>
+Ref member(Enumeration enumeration, Enumerator enumerator) {
+    return instance().members.object(enumeration, enumerator);
+}
+
+[[noreturn]] void not_supported(std::string_view what) {
+    throw LibraryError(ErrorNumber::NotSupported, {what});
+}
+
+Ref amounts_and_mass(const std::vector<double>& stoichiometry, double molar_mass) {
+    return tuple_of(list_of(stoichiometry, number), number(library().molar_mass(molar_mass)));
+}
+
+Ref sizes(const std::array<int, ArraySizes::Count>& sizes) {
+    Ref tuple = checked(PyTuple_New(ArraySizes::Count));
+    Py_ssize_t at = 0;
+    for (const int size : sizes) {
+        PyTuple_SET_ITEM(tuple.get(), at++, integer(size).release());
+    }
+    return tuple;
+}
+
+// --- initialisation, channels, files ---
+
+Ref initialise(const Arguments&) {
+    library().initialise();
+    call(attribute(instance().core, "clear_error_note"));
+    return none();
+}
+
+Ref set_channel(const Arguments& arguments) {
+    library().set_channel(arguments[0].as<IoOption>(), arguments[1].integer);
+    return none();
+}
+
+Ref get_channel(const Arguments& arguments) {
+    return integer(library().channel(arguments[0].as<IoOption>()));
+}
+
+Ref open_output(const Arguments& arguments) {
+    Channels::check_number(arguments[1].integer);
+    library().close(arguments[1].integer);
+    const OutputFile file = output_file(arguments.path);
+    library().open_output(arguments[1].integer, file.path, file.name);
+    return none();
+}
+
+Ref open_data(const Arguments& arguments) {
+    Channels::check_number(arguments[1].integer);
+    library().close(arguments[1].integer);
+    library().open_data(arguments[1].integer, read_data_file(arguments.path));
+    return none();
+}
+
+Ref open_transparent(const Arguments& arguments) {
+    Channels::check_number(arguments[1].integer);
+    not_supported("transparent data files are");
+}
+
+Ref read_data(const Arguments&) {
+    library().read_data();
+    return none();
+}
+
+Ref read_transparent(const Arguments&) {
+    not_supported("transparent data files are");
+}
+
+Ref close(const Arguments& arguments) {
+    library().close(arguments[0].integer);
+    return none();
+}
+
+Ref list_inputs(const Arguments&) {
+    library().list_inputs();
+    return none();
+}
+
+// --- information ---
+
+Ref get_copyright(const Arguments&) {
+    return text(Library::copyright());
+}
+
+Ref get_program_id(const Arguments&) {
+    return text(Library::program_id());
+}
+
+Ref get_version(const Arguments&) {
+    return integer(Library::version());
+}
+
+Ref get_sizes_allowed(const Arguments&) {
+    std::array<int, ArraySizes::Count> most{};
+    most.fill(ArraySizes::Most);
+    return sizes(most);
+}
+
+Ref get_sizes_used(const Arguments&) {
+    return sizes(library().sizes_used());
+}
+
+Ref get_header(const Arguments&) {
+    throw LibraryError(ErrorNumber::NoTransparentFile, {});
+}
+
+// --- units ---
+
+Ref set_unit(const Arguments& arguments) {
+    library().set_unit(arguments[0].as<Quantity>(), arguments[1].as<Unit>());
+    return none();
+}
+
+Ref get_unit(const Arguments& arguments) {
+    const auto quantity = arguments[0].as<Quantity>();
+    // The enumerations of units stand in the order of the quantities.
+    const int first = static_cast<int>(Enumeration::PressureUnit);
+    return member(static_cast<Enumeration>(first + static_cast<int>(quantity)),
+                  library().unit(quantity));
+}
+
+// --- the loaded system ---
+
+Ref count_components(const Arguments&) {
+    return integer(static_cast<long long>(library().component_count()));
+}
+
+Ref component_name(const Arguments& arguments) {
+    return text(library().component(arguments[0].integer).name);
+}
+
+Ref component_stoichiometry(const Arguments& arguments) {
+    const Component& component = library().component(arguments[0].integer);
+    std::vector<double> itself(library().component_count(), 0.0);
+    itself[static_cast<std::size_t>(arguments[0].integer)] = 1.0;
+    return amounts_and_mass(itself, component.molar_mass);
+}
+
+Ref count_phases(const Arguments&) {
+    return integer(static_cast<long long>(library().phase_count()));
+}
+
+Ref phase_name(const Arguments& arguments) {
+    return text(library().phase(arguments[0].integer).name);
+}
+
+Ref phase_model(const Arguments& arguments) {
+    return member(Enumeration::SolutionModel, library().phase(arguments[0].integer).kind());
+}
+
+Ref count_constituents(const Arguments& arguments) {
+    const Phase& phase = library().phase(arguments[0].integer);
+    return integer(static_cast<long long>(phase.constituents.size()));
+}
+
+Ref constituent_name(const Arguments& arguments) {
+    return text(library().constituent(arguments[0].integer, arguments[1].integer).name);
+}
+
+Ref constituent_stoichiometry(const Arguments& arguments) {
+    const Constituent& constituent =
+        library().constituent(arguments[0].integer, arguments[1].integer);
+    return amounts_and_mass(constituent.stoichiometry, constituent.molar_mass);
+}
+
+Ref get_phase_status(const Arguments& arguments) {
+    return member(Enumeration::Status, library().status(arguments[0].integer));
+}
+
+Ref set_phase_status(const Arguments& arguments) {
+    library().set_status(arguments[0].integer, arguments[1].as<Participation>());
+    return none();
+}
+
+Ref get_constituent_status(const Arguments& arguments) {
+    return member(Enumeration::Status,
+                  library().status(arguments[0].integer, arguments[1].integer));
+}
+
+Ref set_constituent_status(const Arguments& arguments) {
+    library().set_status(arguments[0].integer, arguments[1].integer,
+                         arguments[2].as<Participation>());
+    return none();
+}
+
+// --- conditions and results ---
+
+Ref set_condition(const Arguments& arguments) {
+    return integer(library().set_condition(arguments[0].as<ConditionVariable>(),
+                                           arguments[1].integer, arguments[2].integer,
+                                           arguments[3].number));
+}
+
+Ref remove_conditions(const Arguments& arguments) {
+    library().remove_conditions(arguments[0].integer);
+    return none();
+}
+
+Ref get_result(const Arguments& arguments) {
+    return number(library().result(arguments[0].as<ResultVariable>(), arguments[1].integer,
+                                   arguments[2].integer));
+}
+
+// --- calculations ---
+
+template <bool from_last, bool listing>
+Ref calculate(const Arguments& arguments) {
+    library().calculate(arguments[0].as<TargetVariable>(), arguments[1].integer,
+                        arguments[2].integer, from_last, listing);
+    return none();
+}
+
+Ref map(const Arguments& arguments) {
+    library().map(arguments[0].as<PhaseMapVariable>(), arguments[1].integer, arguments[2].integer);
+    return none();
+}
+
+// --- streams ---
+
+Ref create_stream(const Arguments&) {
+    not_supported("streams are");
+}
+
+Ref remove_stream(const Arguments& arguments) {
+    const std::string name = utf8(arguments[0].object);
+    if (!name.empty()) {
+        throw LibraryError(ErrorNumber::NoStream, {name});
+    }
+    return none();
+}
+
+Ref set_stream_amount(const Arguments& arguments) {
+    library().constituent(arguments[1].integer, arguments[2].integer);
+    throw LibraryError(ErrorNumber::NoStream, {utf8(arguments[0].object)});
+}
+
+Ref set_stream_condition(const Arguments& arguments) {
+    library().check_phase_or_none(arguments[1].integer);
+    not_supported("streams are");
+}
+
+Ref get_stream_property(const Arguments& arguments) {
+    throw LibraryError(ErrorNumber::NoStream, {utf8(arguments[0].object)});
+}
+
+// --- own operations ---
+
+Ref get_certificate(const Arguments&) {
+    const Certificate& found = library().certificate();
+    const Ref dict = checked(PyDict_New());
+    set_item(dict, "balance", number(found.balance));
+    set_item(dict, "balance_bound", number(Certificate::BalanceBound));
+    set_item(dict, "potential", number(found.potential));
+    set_item(dict, "potential_bound", number(Certificate::PotentialBound));
+    set_item(dict, "driving_force", number(found.driving_force));
+    set_item(dict, "driving_force_bound", number(Certificate::DrivingForceBound));
+    const bool any = found.nearest_phase < library().phase_count();
+    set_item(dict, "nearest_phase",
+             any ? integer(static_cast<long long>(found.nearest_phase)) : none());
+    set_item(dict, "nearest_driving_force", any ? number(found.nearest_driving_force) : none());
+    set_item(dict, "iterations", integer(library().iterations()));
+    return Ref::borrow(dict.get());
+}
+
+Ref get_composition_sets(const Arguments& arguments) {
+    return list_of(library().composition_sets(arguments[0].integer),
+                   [](const Results::SetValues& set) {
+                       Ref dict = checked(PyDict_New());
+                       set_item(dict, "amount", number(set.amount));
+                       set_item(dict, "fractions", list_of(set.fractions, number));
+                       return dict;
+                   });
+}
+
+Ref configure(const Arguments& arguments) {
+    const auto option = arguments[0].as<ConfigurationOption>();
+    const Argument& value = arguments[1];
+    if ((option == ConfigurationOption::CompositionSets) != value.is_bool) {
+        Library::refuse_option(option, value.is_bool ? "a bool" : "an int");
+    }
+    library().set_option(option, value.integer);
+    return none();
+}
+
+Ref get_configuration(const Arguments& arguments) {
+    const auto option = arguments[0].as<ConfigurationOption>();
+    const int value = library().option(option);
+    return option == ConfigurationOption::CompositionSets ? boolean(value != 0) : integer(value);
+}
+
+Ref get_datum(const Arguments& arguments) {
+    const Argument& t = arguments[3];
+    return number(library().datum(arguments[0].integer, arguments[1].integer,
+                                  arguments[2].as<ConstituentDatum>(),
+                                  t.given ? std::optional(t.number) : std::nullopt));
+}
+
+// --- the table ---
+
+constexpr Parameter phase{"i_ph", Kind::Integer};
+constexpr Parameter component{"i_sc", Kind::Integer};
+constexpr Parameter constituent{"i_pc", Kind::Integer};
+constexpr Parameter in_phase{"i_c", Kind::Integer};
+constexpr Parameter value{"value", Kind::Number};
+constexpr Parameter values{"values", Kind::Values};
+constexpr Parameter channel{"number", Kind::Integer};
+constexpr Parameter stream{"name", Kind::Text};
+
+constexpr Parameter member_of(const char* name, Enumeration enumeration) {
+    return {name, Kind::Member, enumeration};
+}
+constexpr Parameter or_none(Parameter parameter) {
+    parameter.optional = true;
+    return parameter;
+}
+constexpr Parameter target = member_of("target", Enumeration::TargetVariable);
+constexpr Parameter map_variable = member_of("variable", Enumeration::PhaseMapVariable);
+constexpr Parameter status = member_of("status", Enumeration::Status);
+constexpr Parameter quantity = member_of("quantity", Enumeration::Quantity);
+constexpr Parameter io_option = member_of("option", Enumeration::IoOption);
+constexpr Parameter option = member_of("option", Enumeration::ConfigurationOption);
+
+constexpr Operation Operations[] = {
+    {{"hxini", {}}, initialise, R"(Empty the library.
+
+System, conditions, statuses and results are gone, every channel but 6 is closed, listings go to
+channel 6, no errors are written, the units are bar, dm3, K, J and mol, and the options are the
+usual ones. The note of the last error is cleared.)"},
+
+    {{"hxcio", {io_option, channel}}, set_channel, R"(Set the channel for listings or for errors.
+
+IoOption.LIST: listings go to the channel; any number is taken, and a listing to a channel that is
+not open is refused when it is made. IoOption.ERROR: each error is written to the channel too, if it
+is open; 0 for none, which is the start.)"},
+
+    {{"hxgio", {io_option}}, get_channel, R"(Tell the channel for listings or for errors.
+
+An int; 6 is the standard output.)"},
+
+    {{"hxopen", {{"file_name", Kind::Path}, channel}}, open_output, R"(Open a file for listings.
+
+The file is emptied. Numbers are 1 to 999 without 6, the standard output. A channel that is open is
+closed first. What is written is ASCII with line feeds, and it is in the file when the operation
+ends.)"},
+
+    {{"hxopna", {{"file_path", Kind::Path}, channel}}, open_data, R"(Open an ASCII data file.
+
+The whole file is taken into memory; hxrfil reads it. Numbers as in hxopen. A channel that is open
+is closed first. Refused: what is no regular file, and files above 256 MiB.)"},
+
+    {{"hxopnt", {{"file_path", Kind::Path}, channel}},
+     open_transparent,
+     R"(Open a transparent data file.
+
+Not supported yet: raises TessaraError.)"},
+
+    {{"hxrfil", {}}, read_data, R"(Read the ASCII data file that was opened last.
+
+The library then holds this system alone, without conditions and results, all entered. Where the
+file cannot be read the library holds no system, and the error tells file, line and column. Units,
+channels and options stay.)"},
+
+    {{"hxrtdf", {}}, read_transparent, R"(Read the transparent data file that is open.
+
+Not supported yet: raises TessaraError.)"},
+
+    {{"hxclos", {channel}}, close, R"(Close a channel.
+
+Does nothing where the channel is not open. Channel 6, the standard output, cannot be closed.)"},
+
+    {{"hxshow", {}}, list_inputs, R"(Write the inputs to the channel for listings.
+
+Units, conditions with their numbers, incoming amounts, and what is not entered.)"},
+
+    {{"hxcprt", {}}, get_copyright, "Tell the copyright, a str."},
+    {{"hxgtpi", {}}, get_program_id, "Tell the program ID, a str: name and version."},
+    {{"hxvers", {}},
+     get_version,
+     "Tell the version, an int: 10000 times major, plus 100 times minor, plus patch."},
+
+    {{"hxsize", {}}, get_sizes_allowed, R"(Tell the largest dimensions of a system.
+
+A tuple of 11 ints: constituents, system components, mixture phases, excess coefficients of a
+mixture phase, its magnetic coefficients, its sublattices, constituents of a sublattice, oxide
+constituents of a quasichemical phase, equations of a constituent, equations, constituents with
+molar volumes.)"},
+
+    {{"hxused", {}}, get_sizes_used, R"(Tell the dimensions of the loaded system.
+
+A tuple of 11 ints in the order of hxsize; zeros where no system is loaded.)"},
+
+    {{"hxgtrh", {}}, get_header, R"(Tell the header of the loaded transparent data file.
+
+Raises TessaraError, as none can be loaded yet.)"},
+
+    {{"hxcsu", {quantity, {"unit", Kind::Unit}}}, set_unit, R"(Set the unit of a quantity.
+
+Conditions that are in force keep their meaning. Under a unit of mass, amounts are masses, fractions
+mass fractions, and values per amount are per mass; target fractions (XT) stay mole fractions and
+chemical potentials energies per mole.)"},
+
+    {{"hxgsu", {quantity}}, get_unit, "Tell the unit of a quantity, a member of its enumeration."},
+
+    {{"hxnosc", {}}, count_components, "Tell the number of system components."},
+    {{"hxgnsc", {component}}, component_name, "Tell the name of a system component."},
+    {{"hxstsc", {component}},
+     component_stoichiometry,
+     R"(Tell stoichiometry and molar mass of a system component.
+
+A tuple of a list of floats, one per system component, and a float: the molar mass in g/mol under
+the unit mol, else in the unit of mass per mole.)"},
+
+    {{"hxnop", {}}, count_phases, "Tell the number of phases."},
+    {{"hxgnp", {phase}}, phase_name, R"(Tell the name of a phase.
+
+Mixture phases that the file lists more than once are named "X#1", "X#2", ...)"},
+    {{"hxmodl", {phase}}, phase_model, "Tell the model of a phase, a member of SolutionModel."},
+    {{"hxnopc", {phase}}, count_constituents, "Tell the number of constituents of a phase."},
+    {{"hxgnpc", {phase, constituent}}, constituent_name, "Tell the name of a phase constituent."},
+    {{"hxstpc", {phase, constituent}},
+     constituent_stoichiometry,
+     R"(Tell stoichiometry and molar mass of a phase constituent.
+
+As hxstsc does for a system component.)"},
+
+    {{"hxgsp", {phase}}, get_phase_status, "Tell the status of a phase, a member of Status."},
+    {{"hxcsp", {phase, status}}, set_phase_status, R"(Set the status of a phase.
+
+ENTERED: it takes part. DORMANT: it cannot form, and its activity is worked out.
+ELIMINATED: neither.)"},
+    {{"hxgspc", {phase, constituent}},
+     get_constituent_status,
+     "Tell the status of a phase constituent, a member of Status."},
+    {{"hxcspc", {phase, constituent, status}},
+     set_constituent_status,
+     "Set the status of a phase constituent, as hxcsp does for a phase."},
+
+    {{"hxsetc", {member_of("variable", Enumeration::ConditionVariable), phase, in_phase, value}},
+     set_condition,
+     R"(Place a condition and tell its number.
+
+Where: -1, -1 on the system (P, VT, T, CP, H, S, G, V); i_ph, -2 on a phase (A, CP, H, S, G, V);
+-1, i_sc on a system component (IA, AC, MU); i_ph, i_pc on a phase constituent (IA, AC, MU, and the
+targets AT and XT); i_ph, i_sc on a component in a phase (XT, where the phase has no constituent of
+that index); i_ph, -1 only for A.
+
+A of a phase: its amount; 0 for a phase that just forms, -1 for a phase from which a further one
+just forms.
+
+A condition on a place where one is in force replaces it and keeps its number; P and VT share a
+place, and so do IA, AC and MU. Incoming amounts of components and constituents add up. The value is
+in the units in force, and the condition keeps its meaning when they change.
+
+Warns with TargetReadingWarning where the index of XT can be read in two ways.)"},
+
+    {{"hxremc", {channel}}, remove_conditions, R"(Remove conditions.
+
+A number that hxsetc gave: that condition. 0: all incoming amounts, given activities and given
+potentials. -2: all conditions; numbers start again, and the options are the usual ones.)"},
+
+    {{"hxgetr", {{"variable", Kind::Result}, or_none(phase), or_none(in_phase)}},
+     get_result,
+     R"(Tell a result of the last calculation, a float.
+
+Where: -1, -1 the system (P, VT, T, A, CP, H, S, G, V, CPM, HM, SM, GM, VM); -1, i_sc a system
+component (A, X, IA, AC, MU); i_ph, -1 a phase (A, X, AC, MU, CP to VM); i_ph, i_pc a phase
+constituent (A, X, IA, AC, MU, CP to VM); i_ph, i_sc a component in a phase (AP, XP). The members P,
+V and T of TargetVariable are taken too.
+
+In the units in force. nan: there is no such value, as of the potential of an absent component.
+IA is the incoming amount in force, 0.0 where none is. After a calculation that failed, CP, H, S, G
+and V of the system are nan and all else but IA is refused.)"},
+
+    {{"hxce", {target, phase, in_phase, values}},
+     calculate<false, false>,
+     R"(Calculate the equilibrium.
+
+TargetVariable.NoTarget, -1, -1 and any two numbers: at the conditions in force on P, T, IA, AC and
+MU; P is 1 bar where it is not given. Other conditions are left aside.
+
+Searches (the other targets) and a given total volume (VT) are not supported yet.
+
+Warns with MiscibilityWarning, once per phase and data file, where a phase splits into more
+compositions than the file lists copies of it.)"},
+    {{"hxcel", {target, phase, in_phase, values}},
+     calculate<false, true>,
+     "As hxce, and write the result to the channel for listings."},
+    {{"hxcen", {target, phase, in_phase, values}},
+     calculate<true, false>,
+     "As hxce, starting from the last result."},
+    {{"hxcenl", {target, phase, in_phase, values}},
+     calculate<true, true>,
+     "As hxcel, starting from the last result."},
+
+    {{"hxmap", {map_variable, phase, in_phase, values}}, map, R"(Find the next phase transition.
+
+Not supported yet: raises TessaraError.)"},
+    {{"hxmapl", {map_variable, phase, in_phase, values}}, map, R"(As hxmap, and write the result.
+
+Not supported yet: raises TessaraError.)"},
+
+    {{"hxsttp", {stream, {"T", Kind::Number}, {"P", Kind::Number}}},
+     create_stream,
+     R"(Create a stream at a temperature and a pressure.
+
+Not supported yet: raises TessaraError.)"},
+    {{"hxstrm", {stream}}, remove_stream, R"(Remove a stream, or all with the empty name.
+
+There are no streams yet, so every other name raises TessaraError.)"},
+    {{"hxstca", {stream, phase, constituent, value}},
+     set_stream_amount,
+     R"(Set the amount of a constituent in a stream.
+
+There are no streams yet, so every name raises TessaraError.)"},
+    {{"hxstec", {member_of("variable", Enumeration::ConditionVariable), phase, value}},
+     set_stream_condition,
+     R"(Place a condition for calculations with streams.
+
+Not supported yet: raises TessaraError.)"},
+    {{"hxstxp", {stream, member_of("variable", Enumeration::StreamVariable)}},
+     get_stream_property,
+     R"(Tell an extensive property of a stream.
+
+There are no streams yet, so every name raises TessaraError.)"},
+
+    {{"certificate", {}},
+     get_certificate,
+     R"(Tell how well the last result fulfils what an equilibrium is.
+
+A dict: "balance", the largest relative residual of a mass balance (charges too); "potential", the
+largest difference between a constituent's potential in a stable phase and the components', in RT;
+"driving_force", the largest driving force of an absent phase, in RT per mole; each with its bound
+("balance_bound", ...), within which it is, or there would be no result. "nearest_phase": index of
+the absent phase that comes nearest to forming, or None; "nearest_driving_force": its driving force
+in RT, not above 0, or None. "iterations": steps of Newton's method.)"},
+
+    {{"composition_sets", {phase}},
+     get_composition_sets,
+     R"(Tell the compositions that a phase consists of.
+
+A list of dicts with "amount" and "fractions" (a list, one per constituent), in the units in force:
+one for an ordinary phase, several where a phase splits into more than the file lists copies of it,
+none for an absent phase.)"},
+
+    {{"configure", {option, {"value", Kind::Option}}}, configure, R"(Set an option of the library.
+
+ITERATION_LIMIT, an int from 1 to 1000; COMPOSITION_SETS, a bool; SAMPLING, an int from 1 to 10. It
+holds until hxini, hxremc(-2) or the next change.)"},
+
+    {{"configuration", {option}},
+     get_configuration,
+     "Tell the setting of an option, an int or a bool."},
+
+    {{"constituent_data",
+      {phase,
+       constituent,
+       member_of("data", Enumeration::PhaseConstituentData),
+       {"T", Kind::OptionalNumber, Enumeration::IoOption, true}}},
+     get_datum,
+     R"(Tell a standard datum of a phase constituent, a float.
+
+CP, H, S and G are those of the pure constituent in its phase (a gas at 1 bar) at T, in the units in
+force and per amount; T is 298.15 K where it is left out. H298 and S298 are at 298.15 K. T_MAX is
+the upper limit of the data. TC, in K, and BETA are nan where a pure phase is not magnetic; those of
+constituents of mixture phases cannot be told yet.)"},
+};
+
+} // namespace
+
+Instance& instance() {
+    static Instance* const only = new Instance; // NOLINT(cppcoreguidelines-owning-memory)
+    return *only;
+}
+
+PyMethodDef* method_table() {
+    return MethodTable<Operations>::methods();
+}
+
+} // namespace tessara::basic
