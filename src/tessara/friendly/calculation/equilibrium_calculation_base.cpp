@@ -1,0 +1,36 @@
+#include "friendly/calculation/calculation.hpp"
+
+#include <iterator>
+
+#include "friendly/library/binding.hpp"
+
+namespace tessara::friendly::calculation {
+
+namespace {
+
+constexpr const char* documentation =
+    R"(Abstract static class: what all equilibrium calculations share.
+
+Base functionality of all equilibrium calculation classes: conditions on the system and on phases,
+the time that a calculation takes, captured listings, and results. Use `EquilibriumCalculation`,
+`PhaseMapCalculation` or `StreamCalculation`. All methods are class methods.)";
+
+} // namespace
+
+ClassDefinition equilibrium_calculation_base() {
+    ClassDefinition definition{
+        "EquilibriumCalculationBase",
+        nullptr,
+        documentation,
+        {{"result_type", [] { return global(names::EquilibriumCalculationResult); }},
+         {"t_start", none},
+         {"t_end", none},
+         {"dt", none}},
+        {}};
+    for (std::vector<Method> methods : {condition_methods(), frame_methods(), result_methods()}) {
+        std::move(methods.begin(), methods.end(), std::back_inserter(definition.methods));
+    }
+    return definition;
+}
+
+} // namespace tessara::friendly::calculation

@@ -1,0 +1,46 @@
+#include "friendly/library/binding.hpp"
+
+namespace tessara::friendly {
+
+namespace {
+
+struct Globals {
+    Ref own;
+    Ref builtins;
+};
+
+/// Never destroyed: at the end of the process the interpreter is gone before static objects are.
+Globals& globals() {
+    static Globals* const instance = new Globals; // NOLINT(cppcoreguidelines-owning-memory)
+    return *instance;
+}
+
+} // namespace
+
+void bind_globals(Borrowed module) {
+    const Ref builtins = checked(PyImport_ImportModule("builtins"));
+    globals().builtins = Ref::borrow(PyModule_GetDict(builtins.get()));
+    globals().own = Ref::borrow(PyModule_GetDict(module.get()));
+}
+
+Ref global(const Name& name) {
+    const Globals& scopes = globals();
+    for (const Ref* scope : {&scopes.own, &scopes.builtins}) {
+        Ref found = Ref::borrow(PyDict_GetItemWithError(scope->get(), name.get()));
+        if (found) {
+            return found;
+        }
+        throw_if_set();
+    }
+    fail(PyExc_NameError, "name '%s' is not defined", name.text());
+}
+
+void require_exact_type(Borrowed variable, const Name& enumeration) {
+    const Ref expected = global(enumeration);
+    if (reinterpret_cast<PyObject*>(Py_TYPE(variable.get())) != expected.get()) {
+        raise_formatted(names::TypeError, "Invalid variable type. ", enumeration.text(),
+                        " expected.");
+    }
+}
+
+} // namespace tessara::friendly

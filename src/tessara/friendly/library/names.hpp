@@ -1,0 +1,145 @@
+#pragma once
+
+#include "friendly/python/name.hpp"
+
+/// Every name by which this module asks Python for something.
+namespace tessara::friendly::names {
+
+// Operations of `basic`.
+inline constinit const Name basic{"basic"};
+inline constinit const Name hxini{"hxini"};
+inline constinit const Name hxcio{"hxcio"};
+inline constinit const Name hxgio{"hxgio"};
+inline constinit const Name hxopen{"hxopen"};
+inline constinit const Name hxopna{"hxopna"};
+inline constinit const Name hxopnt{"hxopnt"};
+inline constinit const Name hxrfil{"hxrfil"};
+inline constinit const Name hxrtdf{"hxrtdf"};
+inline constinit const Name hxclos{"hxclos"};
+inline constinit const Name hxshow{"hxshow"};
+inline constinit const Name hxcsu{"hxcsu"};
+inline constinit const Name hxgsu{"hxgsu"};
+inline constinit const Name hxnosc{"hxnosc"};
+inline constinit const Name hxgnsc{"hxgnsc"};
+inline constinit const Name hxstsc{"hxstsc"};
+inline constinit const Name hxnop{"hxnop"};
+inline constinit const Name hxgnp{"hxgnp"};
+inline constinit const Name hxmodl{"hxmodl"};
+inline constinit const Name hxnopc{"hxnopc"};
+inline constinit const Name hxgnpc{"hxgnpc"};
+inline constinit const Name hxstpc{"hxstpc"};
+inline constinit const Name hxsetc{"hxsetc"};
+inline constinit const Name hxremc{"hxremc"};
+inline constinit const Name hxgetr{"hxgetr"};
+inline constinit const Name hxce{"hxce"};
+inline constinit const Name hxcel{"hxcel"};
+inline constinit const Name hxcen{"hxcen"};
+inline constinit const Name hxcenl{"hxcenl"};
+
+// Enumerations of `core`.
+inline constinit const Name IoOption{"IoOption"};
+inline constinit const Name Quantity{"Quantity"};
+inline constinit const Name AmountUnit{"AmountUnit"};
+inline constinit const Name ConditionVariable{"ConditionVariable"};
+inline constinit const Name TargetVariable{"TargetVariable"};
+inline constinit const Name ResultVariable{"ResultVariable"};
+
+// Their members; one name serves every enumeration that has it.
+inline constinit const Name ERROR{"ERROR"};
+inline constinit const Name LIST{"LIST"};
+inline constinit const Name Amount{"Amount"};
+inline constinit const Name gram{"gram"};
+inline constinit const Name NoTarget{"NoTarget"};
+inline constinit const Name P{"P"};
+inline constinit const Name VT{"VT"};
+inline constinit const Name T{"T"};
+inline constinit const Name A{"A"};
+inline constinit const Name AP{"AP"};
+inline constinit const Name IA{"IA"};
+inline constinit const Name AC{"AC"};
+inline constinit const Name MU{"MU"};
+inline constinit const Name X{"X"};
+inline constinit const Name XP{"XP"};
+inline constinit const Name CP{"CP"};
+inline constinit const Name H{"H"};
+inline constinit const Name S{"S"};
+inline constinit const Name G{"G"};
+inline constinit const Name V{"V"};
+inline constinit const Name CPM{"CPM"};
+inline constinit const Name HM{"HM"};
+inline constinit const Name SM{"SM"};
+inline constinit const Name GM{"GM"};
+inline constinit const Name VM{"VM"};
+
+// Records of `core`.
+inline constinit const Name EquilibriumCalculationResult{"EquilibriumCalculationResult"};
+inline constinit const Name StreamCalculationResult{"StreamCalculationResult"};
+
+// Exceptions, of `core` and built in.
+inline constinit const Name TessaraError{"TessaraError"};
+inline constinit const Name TessaraPyError{"TessaraPyError"};
+inline constinit const Name FileExistsError{"FileExistsError"};
+inline constinit const Name KeyError{"KeyError"};
+inline constinit const Name TypeError{"TypeError"};
+inline constinit const Name ValueError{"ValueError"};
+
+// This module's constants.
+inline constinit const Name LIST_STDOUT_NUMBER{"LIST_STDOUT_NUMBER"};
+inline constinit const Name LIST_FILE_NUMBER{"LIST_FILE_NUMBER"};
+
+// Names of the standard library and built-in functions.
+inline constinit const Name NamedTemporaryFile{"NamedTemporaryFile"};
+inline constinit const Name Path{"Path"};
+inline constinit const Name namedtuple{"namedtuple"};
+inline constinit const Name open{"open"};
+inline constinit const Name print{"print"};
+inline constinit const Name range{"range"};
+inline constinit const Name str{"str"};
+inline constinit const Name time{"time"};
+
+// Attributes of objects of the standard library, and of Python itself.
+inline constinit const Name close{"close"};
+inline constinit const Name exists{"exists"};
+inline constinit const Name name{"name"};
+inline constinit const Name read{"read"};
+inline constinit const Name suffix{"suffix"};
+inline constinit const Name delete_{"delete"};
+inline constinit const Name dunder_enter{"__enter__"};
+inline constinit const Name dunder_exit{"__exit__"};
+inline constinit const Name dunder_doc{"__doc__"};
+inline constinit const Name dunder_file{"__file__"};
+inline constinit const Name dunder_module{"__module__"};
+inline constinit const Name dunder_name{"__name__"};
+inline constinit const Name dunder_qualname{"__qualname__"};
+
+// Class attributes and methods of this module that methods reach through `cls`.
+inline constinit const Name current_file_path{"current_file_path"};
+inline constinit const Name t_start{"t_start"};
+inline constinit const Name t_end{"t_end"};
+inline constinit const Name dt{"dt"};
+inline constinit const Name _update{"_update"};
+inline constinit const Name _build_cache{"_build_cache"};
+inline constinit const Name _set_eq_condition_sys{"_set_eq_condition_sys"};
+inline constinit const Name _set_eq_condition_ph{"_set_eq_condition_ph"};
+inline constinit const Name _set_eq_condition_sc{"_set_eq_condition_sc"};
+inline constinit const Name _set_eq_condition_pc{"_set_eq_condition_pc"};
+inline constinit const Name _start_calc{"_start_calc"};
+inline constinit const Name _end_calc{"_end_calc"};
+inline constinit const Name _list_to_file{"_list_to_file"};
+inline constinit const Name _list_back{"_list_back"};
+inline constinit const Name _calculate_eq{"_calculate_eq"};
+
+// Keys of the caches and of their entries. An entry's name stands under `name` above.
+inline constinit const Name count{"count"};
+inline constinit const Name index{"index"};
+inline constinit const Name mm{"mm"};
+inline constinit const Name mm_g{"mm_g"};
+inline constinit const Name model{"model"};
+inline constinit const Name key_names{"names"};
+inline constinit const Name pcs{"pcs"};
+inline constinit const Name phs{"phs"};
+inline constinit const Name scs{"scs"};
+inline constinit const Name stoich{"stoich"};
+inline constinit const Name y_scs{"y_scs"};
+
+} // namespace tessara::friendly::names

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "friendly/python/ref.hpp"
+
+namespace tessara::friendly {
+
+/// A string constant that serves as a name: interned at its first use and kept for the process, so
+/// that a look-up compares addresses and hashes nothing.
+class Name {
+public:
+    explicit constexpr Name(const char* text) noexcept : text_(text) {}
+
+    const char* text() const noexcept { return text_; }
+
+    /// The interned `str`, borrowed.
+    PyObject* get() const {
+        if (object_ == nullptr) {
+            object_ = checked(PyUnicode_InternFromString(text_)).release();
+        }
+        return object_;
+    }
+
+private:
+    const char* text_;
+    mutable PyObject* object_ = nullptr;
+};
+
+} // namespace tessara::friendly

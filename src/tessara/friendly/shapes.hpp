@@ -1,0 +1,53 @@
+#pragma once
+
+#include "friendly/method.hpp"
+#include "friendly/python/objects.hpp"
+
+/// The parameter lists of the interface.
+namespace tessara::friendly::shapes {
+
+inline constexpr Default None{"None", [] { return none(); }};
+inline constexpr Default False{"False", [] { return Ref::borrow(Py_False); }};
+
+inline constexpr Shape<1> cls{{{{"cls"}}}};
+inline constexpr Shape<2> cls_file_path{{{{"cls"}, {"file_path"}}}};
+inline constexpr Shape<2> cls_sc{{{{"cls"}, {"sc"}}}};
+inline constexpr Shape<2> cls_ph{{{{"cls"}, {"ph"}}}};
+inline constexpr Shape<3> cls_ph_pc{{{{"cls"}, {"ph"}, {"pc"}}}};
+inline constexpr Shape<3> cls_ph_sc{{{{"cls"}, {"ph"}, {"sc"}}}};
+
+inline constexpr Shape<2> cls_value{{{{"cls"}, {"value", Type::Double}}}};
+inline constexpr Shape<3> cls_sc_value{{{{"cls"}, {"sc"}, {"value", Type::Double}}}};
+inline constexpr Shape<3> cls_ph_value{{{{"cls"}, {"ph"}, {"value", Type::Double}}}};
+inline constexpr Shape<4> cls_ph_pc_value{{{{"cls"}, {"ph"}, {"pc"}, {"value", Type::Double}}}};
+
+inline constexpr Shape<3> cls_variable_value{{{{"cls"}, {"variable"}, {"value", Type::Double}}}};
+inline constexpr Shape<4> cls_variable_sc_value{
+    {{{"cls"}, {"variable"}, {"sc"}, {"value", Type::Double}}}};
+inline constexpr Shape<4> cls_variable_ph_value{
+    {{{"cls"}, {"variable"}, {"ph"}, {"value", Type::Double}}}};
+inline constexpr Shape<5> cls_variable_ph_pc_any_value{
+    {{{"cls"}, {"variable"}, {"ph"}, {"pc"}, {"value"}}}};
+
+inline constexpr Shape<2> cls_number{{{{"cls"}, {"number", Type::Int}}}};
+inline constexpr Shape<3> cls_file_name_old_list_number{
+    {{{"cls"}, {"file_name"}, {"old_list_number"}}}};
+
+inline constexpr Shape<4> cls_print_estimate_return_kwargs{
+    {{{"cls"},
+      {"print_results", Type::Object, &False},
+      {"estimate", Type::Object, &False},
+      {"return_result", Type::Object, &False}}},
+    true};
+inline constexpr Shape<4> cls_variable_guess_print{
+    {{{"cls"}, {"variable"}, {"guess", Type::Double}, {"print_results", Type::Int}}}};
+inline constexpr Shape<3> cls_P_guess_print{
+    {{{"cls"}, {"P_guess"}, {"print_results", Type::Object, &False}}}};
+inline constexpr Shape<3> cls_V_guess_print{
+    {{{"cls"}, {"V_guess"}, {"print_results", Type::Object, &False}}}};
+inline constexpr Shape<3> cls_T_guess_print{
+    {{{"cls"}, {"T_guess"}, {"print_results", Type::Object, &False}}}};
+
+inline constexpr Shape<2> stoich_scs{{{{"stoich"}, {"scs", Type::Object, &None}}}};
+
+} // namespace tessara::friendly::shapes

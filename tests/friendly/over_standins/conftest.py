@@ -1,0 +1,117 @@
+"""Makes the package that these tests import: the extension between recording stand-ins."""
+
+import atexit
+import importlib.util
+import os
+import shutil
+import sys
+import tempfile
+from collections.abc import Iterator
+from pathlib import Path
+from types import ModuleType
+from typing import Any
+
+import pytest
+
+HERE = Path(__file__).parent
+
+
+def _real_core() -> Path:
+    """The folder of the package's own `core`: the installed one, or the one in the source tree."""
+    spec = importlib.util.find_spec("tessara")
+    folders = list(spec.submodule_search_locations or []) if spec is not None else []
+    folders.append(str(HERE.parents[2] / "src" / "tessara"))
+    return next(path for path in (Path(folder, "core") for folder in folders) if path.is_dir())
+
+
+def _make_package() -> None:
+    root = Path(tempfile.mkdtemp(prefix="tessara-standins-"))
+    atexit.register(shutil.rmtree, root, ignore_errors=True)
+    folder = root / "tessara"
+    folder.mkdir()
+    (folder / "__init__.py").write_text("")
+    shutil.copy(os.environ["TESSARA_FRIENDLY"], folder)
+    shutil.copy(HERE.parent / "standins" / "basic.py", folder)
+    if os.environ["TESSARA_OVER_STANDINS"] == "real":
+        shutil.copytree(_real_core(), folder / "core")
+    else:
+        shutil.copy(HERE.parent / "standins" / "core.py", folder)
+    sys.path.insert(0, str(root))
+
+
+assert "tessara" not in sys.modules, "these tests need a process of their own"
+_make_package()
+
+import tessara.basic  # noqa: E402
+import tessara.core  # noqa: E402
+import tessara.friendly  # noqa: E402
+
+AT_IMPORT = list(tessara.basic.library.calls)
+CLASSES = [
+    tessara.friendly.Info,
+    tessara.friendly.Units,
+    tessara.friendly.ThermochemicalSystem,
+    tessara.friendly.EquilibriumCalculationBase,
+    tessara.friendly.AbsoluteEquilibriumCalculationBase,
+    tessara.friendly.EquilibriumCalculation,
+    tessara.friendly.PhaseMapCalculation,
+    tessara.friendly.StreamCalculation,
+]
+
+
+@pytest.fixture
+def friendly() -> ModuleType:
+    return tessara.friendly
+
+
+@pytest.fixture
+def basic() -> ModuleType:
+    return tessara.basic
+
+
+@pytest.fixture
+def core() -> ModuleType:
+    return tessara.core
+
+
+@pytest.fixture
+def at_import() -> list[Any]:
+    """The calls of the library that the import made."""
+    return AT_IMPORT
+
+
+@pytest.fixture(autouse=True)
+def library(tmp_path: Path) -> Iterator[Any]:
+    """The stand-in's library, afresh; module globals and class attributes are put back after.
+
+    The files that captures of listings leave behind go into the test's own folder.
+    """
+    tempfile.tempdir = str(tmp_path)
+    globals_before = dict(vars(tessara.friendly))
+    classes_before = [dict(vars(cls)) for cls in CLASSES]
+    yield tessara.basic.start_afresh()
+    tempfile.tempdir = None
+    for cls, before in zip(CLASSES, classes_before, strict=True):
+        for name in set(vars(cls)) - set(before):
+            delattr(cls, name)
+        for name, value in before.items():
+            if vars(cls)[name] is not value:
+                setattr(cls, name, value)
+    vars(tessara.friendly).clear()
+    vars(tessara.friendly).update(globals_before)
+
+
+@pytest.fixture
+def dat(tmp_path: Path) -> Path:
+    """An existing data file; what stands in it is the library's matter."""
+    path = tmp_path / "system.dat"
+    path.write_text("")
+    return path
+
+
+@pytest.fixture
+def loaded(friendly: ModuleType, library: Any, dat: Path) -> Any:
+    """The library with its system loaded, and the calls of the load forgotten."""
+    friendly.ThermochemicalSystem.load(dat)
+    library.calls.clear()
+    return library

@@ -1,0 +1,93 @@
+"""What holds before the first load. This file loads nothing: caches are `None` once only."""
+
+import pytest
+
+LOOKUPS = [
+    ("ThermochemicalSystem", "get_index_sc", ("Fe",)),
+    ("ThermochemicalSystem", "get_index_ph", (0,)),
+    ("ThermochemicalSystem", "get_index_pc", ("GAS", "CO")),
+    ("EquilibriumCalculation", "set_eq_A_ph", ("GAS", 1.0)),
+    ("EquilibriumCalculation", "set_IA_sc", ("Fe", 1.0)),
+    ("EquilibriumCalculation", "set_eq_AC_sc", ("Fe", 1.0)),
+    ("EquilibriumCalculation", "set_IA_pc", ("GAS", "CO", 1.0)),
+    ("EquilibriumCalculation", "set_eq_AC_pc", ("GAS", "CO", 1.0)),
+    ("EquilibriumCalculation", "set_eq_MU_pc", ("GAS", "CO", 1.0)),
+    ("EquilibriumCalculation", "get_eq_A_sc", ("Fe",)),
+    ("EquilibriumCalculation", "get_eq_A_scs", ()),
+    ("EquilibriumCalculation", "get_eq_A_sc_in_ph", ("GAS", "Fe")),
+    ("EquilibriumCalculation", "get_eq_A_scs_in_ph", ("GAS",)),
+    ("EquilibriumCalculation", "get_eq_A_ph", ("GAS",)),
+    ("EquilibriumCalculation", "get_eq_A_phs", ()),
+    ("EquilibriumCalculation", "get_eq_A_pc", ("GAS", "CO")),
+    ("EquilibriumCalculation", "get_eq_A_pcs", ()),
+    ("EquilibriumCalculation", "get_eq_A_pcs_in_ph", ("GAS",)),
+]
+
+
+@pytest.mark.parametrize(("owner", "name", "arguments"), LOOKUPS)
+def test_a_lookup_fails_with_the_type_error_of_none(friendly, library, owner, name, arguments):
+    with pytest.raises(TypeError) as failure:
+        getattr(getattr(friendly, owner), name)(*arguments)
+    assert str(failure.value) == "'NoneType' object is not subscriptable"
+    assert failure.value.__context__ is None
+    assert library.calls == []
+
+
+def test_module_functions_fail_likewise(friendly):
+    with pytest.raises(TypeError, match="'NoneType' object is not subscriptable"):
+        friendly._query_stoich_list([1.0], [0])
+    with pytest.raises(TypeError, match="'NoneType' object is not subscriptable"):
+        friendly._build_stoich_dict([1.0])
+
+
+def test_query_without_scs_needs_no_system(friendly):
+    stoich = [1.0]
+    assert friendly._query_stoich_list(stoich) is stoich
+
+
+def test_current_file_path_is_none(friendly):
+    assert friendly.ThermochemicalSystem.current_file_path is None
+
+
+def test_update_does_nothing(friendly, library):
+    assert friendly.ThermochemicalSystem._update() is None
+    assert library.calls == []
+    assert friendly.ThermochemicalSystem.ts is None
+    with pytest.raises(TypeError, match="NoneType"):
+        friendly.ThermochemicalSystem.get_index_sc(0)
+
+
+def test_build_cache_does_nothing(friendly, library):
+    assert friendly.ThermochemicalSystem._build_cache() is None
+    assert library.calls == []
+
+
+def test_the_system_shape_needs_no_cache(friendly, library, core):
+    friendly.EquilibriumCalculation.get_eq_T()
+    assert library.calls == [("hxgetr", core.ResultVariable.T, -1, -1)]
+
+
+def test_a_bad_variable_is_reported_before_the_lookup(friendly, library):
+    with pytest.raises(TypeError, match="ConditionVariable expected"):
+        friendly.EquilibriumCalculation._set_eq_condition_ph("T", "GAS", 1.0)
+    assert library.calls == []
+
+
+def test_loading_a_file_that_is_not_there_changes_nothing(friendly, library, tmp_path):
+    with pytest.raises(FileExistsError):
+        friendly.ThermochemicalSystem.load(tmp_path / "none.dat")
+    assert library.calls == []
+    assert friendly.ThermochemicalSystem.current_file_path is None
+
+
+def test_a_path_alone_makes_a_build_possible(friendly, library):
+    friendly.ThermochemicalSystem.current_file_path = "anything but None"
+    library.fail_at = 1
+    library.error = MemoryError("first call of a build")
+    with pytest.raises(MemoryError):
+        friendly.ThermochemicalSystem._update()
+    # The caches are half-built now: no phase cache yet, and a system component cache without count.
+    with pytest.raises(KeyError, match="count"):
+        friendly.EquilibriumCalculation.get_eq_A_scs()
+    with pytest.raises(TypeError, match="'NoneType' object is not subscriptable"):
+        friendly.EquilibriumCalculation.get_eq_A_phs()
