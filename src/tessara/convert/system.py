@@ -1,0 +1,324 @@
+"""What a data file holds, as plain values: components, phases, functions of temperature.
+
+The classes check themselves when they are made, so that a `System` in hand can be written. Each
+raises `ValueError` with the name of the thing that is wrong. Units: K, J, mol, bar, g/mol.
+"""
+
+from __future__ import annotations
+
+import math
+from collections import Counter
+from collections.abc import Iterable, Sequence
+from dataclasses import dataclass
+from itertools import pairwise
+
+__all__ = [
+    "LN_T",
+    "Component",
+    "IdealPhase",
+    "Interaction",
+    "LatticeFactors",
+    "MagneticMoment",
+    "Phase",
+    "PurePhase",
+    "RedlichKisterPhase",
+    "Species",
+    "System",
+    "TemperatureRange",
+]
+
+LN_T = 99.0
+"""The power that stands for ln T among the extra terms of a range."""
+
+NAME_LENGTH = 24
+GIBBS_TERMS = 6
+ELECTRON_PREFIX = "e("
+
+
+def _check_name(what: str, name: str) -> None:
+    if not name or len(name) > NAME_LENGTH:
+        raise ValueError(f"{what} {name!r}: a name has 1 to {NAME_LENGTH} characters")
+    if not all("!" <= character <= "~" for character in name):
+        raise ValueError(f"{what} {name!r}: a name is plain ASCII without blanks")
+    if name == "#":
+        raise ValueError(f"{what} {name!r}: this name is the mark of a dummy record")
+    if name[0] in "+-.0123456789":
+        raise ValueError(f"{what} {name!r}: a name does not begin like a number")
+
+
+def _check_finite(what: str, values: Iterable[float]) -> None:
+    for value in values:
+        if not math.isfinite(value):
+            raise ValueError(f"{what}: {value!r} is not a finite number")
+
+
+def _check_unique(what: str, names: Iterable[str]) -> None:
+    for name, count in Counter(names).items():
+        if count > 1:
+            raise ValueError(f"{what} {name!r} occurs {count} times")
+
+
+@dataclass(frozen=True, slots=True)
+class Component:
+    """A system component: an element, or an electron component `e(PHASE)`.
+
+    `mass` is the molar mass in g/mol.
+    """
+
+    name: str
+    mass: float
+
+    def __post_init__(self) -> None:
+        _check_name("component", self.name)
+        if not (math.isfinite(self.mass) and self.mass > 0):
+            raise ValueError(
+                f"component {self.name!r}: the molar mass {self.mass!r} is not above 0"
+            )
+
+    @property
+    def is_electron(self) -> bool:
+        """True for `e(PHASE)`, whose amounts may be negative in a species."""
+        return self.name.startswith(ELECTRON_PREFIX)
+
+
+@dataclass(frozen=True, slots=True)
+class TemperatureRange:
+    """One range of a Gibbs energy function, in J/mol.
+
+    `G = c1 + c2 T + c3 T ln T + c4 T^2 + c5 T^3 + c6/T + sum of the extra terms`, for T up to
+    `upper`. An extra term is a pair (coefficient, power); the power 99 stands for ln T.
+    """
+
+    upper: float
+    coefficients: tuple[float, ...]
+    extra: tuple[tuple[float, float], ...] = ()
+
+    def __post_init__(self) -> None:
+        if not (math.isfinite(self.upper) and self.upper > 0):
+            raise ValueError(f"the upper limit {self.upper!r} K is not a temperature above 0")
+        if len(self.coefficients) != GIBBS_TERMS:
+            raise ValueError(
+                f"range up to {self.upper!r} K: {len(self.coefficients)} coefficients"
+                f" instead of {GIBBS_TERMS}"
+            )
+        _check_finite(f"range up to {self.upper!r} K", self.coefficients)
+        for term in self.extra:
+            _check_finite(f"range up to {self.upper!r} K, extra term", term)
+
+
+@dataclass(frozen=True, slots=True)
+class LatticeFactors:
+    """How a lattice turns Curie temperature and moment into a magnetic Gibbs energy.
+
+    `antiferromagnetic` is the positive factor applied to a negative Tc or beta (1/3 for
+    close-packed lattices, 1 for bcc); `structure` is p in the expressions of M. Hillert, M. Jarl,
+    CALPHAD 2 (1978) 227-238 (0.28 and 0.40).
+    """
+
+    antiferromagnetic: float
+    structure: float
+
+    def __post_init__(self) -> None:
+        if not (math.isfinite(self.antiferromagnetic) and self.antiferromagnetic > 0):
+            raise ValueError(f"antiferromagnetic factor {self.antiferromagnetic!r} is not above 0")
+        if not 0 < self.structure < 1:
+            raise ValueError(f"structure factor {self.structure!r} is not between 0 and 1")
+
+
+@dataclass(frozen=True, slots=True)
+class MagneticMoment:
+    """Curie temperature in K and mean moment in Bohr magnetons; negative: antiferromagnetic."""
+
+    curie_temperature: float
+    moment: float
+
+    def __post_init__(self) -> None:
+        _check_finite("Curie temperature and moment", (self.curie_temperature, self.moment))
+
+
+@dataclass(frozen=True, slots=True)
+class Species:
+    """A constituent of a mixture phase, or the substance of a pure phase.
+
+    `amounts` holds the moles of each component in one mole of the species, in the order of the
+    system's components.
+    """
+
+    name: str
+    amounts: tuple[float, ...]
+    ranges: tuple[TemperatureRange, ...]
+    magnetic: MagneticMoment | None = None
+
+    def __post_init__(self) -> None:
+        _check_name("species", self.name)
+        _check_finite(f"species {self.name!r}, stoichiometry", self.amounts)
+        if not self.ranges:
+            raise ValueError(f"species {self.name!r} has no temperature range")
+        for lower, upper in pairwise(self.ranges):
+            if upper.upper < lower.upper:
+                raise ValueError(
+                    f"species {self.name!r}: the limit {upper.upper!r} K follows {lower.upper!r} K"
+                )
+
+
+@dataclass(frozen=True, slots=True)
+class Interaction:
+    """One interaction of a Redlich-Kister phase.
+
+    `constituents` are places in the phase's list of species, from 0. Their order matters: odd
+    orders of a binary go with the first named minus the second. `sets` holds one tuple of
+    coefficients for each order of a binary, for each constituent of a ternary (or a single one for
+    a ternary that does not depend on composition), a single one for a quaternary.
+    """
+
+    constituents: tuple[int, ...]
+    sets: tuple[tuple[float, ...], ...]
+
+    def check(self, species_count: int, numbers_per_set: int) -> None:
+        """Raise `ValueError` unless the interaction fits a phase of so many species."""
+        what = f"interaction of {', '.join(str(place + 1) for place in self.constituents)}"
+        if len(self.constituents) not in (2, 3, 4):
+            raise ValueError(f"{what}: 2 to 4 constituents interact, not {len(self.constituents)}")
+        if len(set(self.constituents)) != len(self.constituents):
+            raise ValueError(f"{what}: a constituent is named twice")
+        for place in self.constituents:
+            if not 0 <= place < species_count:
+                raise ValueError(f"{what}: the phase has {species_count} constituents")
+        if not self.sets:
+            raise ValueError(f"{what} has no coefficients")
+        if len(self.constituents) == 3 and len(self.sets) not in (1, 3):
+            raise ValueError(f"{what}: a ternary has 1 or 3 sets of coefficients")
+        if len(self.constituents) == 4 and len(self.sets) != 1:
+            raise ValueError(f"{what}: a quaternary has 1 set of coefficients")
+        for numbers in self.sets:
+            if len(numbers) != numbers_per_set:
+                raise ValueError(
+                    f"{what}: {len(numbers)} coefficients instead of {numbers_per_set}"
+                )
+            _check_finite(what, numbers)
+
+
+@dataclass(frozen=True, slots=True)
+class IdealPhase:
+    """An ideal mixture: the gas, or an ideal condensed phase."""
+
+    name: str
+    species: tuple[Species, ...]
+
+    def __post_init__(self) -> None:
+        _check_mixture(self.name, self.species, magnetic=False)
+
+
+@dataclass(frozen=True, slots=True)
+class RedlichKisterPhase:
+    """A substitutional solution with Redlich-Kister interactions.
+
+    With `lattice` the phase is magnetic: species may then have a moment, and
+    `magnetic_interactions` (two numbers a set: Curie temperature, moment) may be given.
+    """
+
+    name: str
+    species: tuple[Species, ...]
+    interactions: tuple[Interaction, ...] = ()
+    lattice: LatticeFactors | None = None
+    magnetic_interactions: tuple[Interaction, ...] = ()
+
+    def __post_init__(self) -> None:
+        _check_mixture(self.name, self.species, magnetic=self.lattice is not None)
+        try:
+            for interaction in self.interactions:
+                interaction.check(len(self.species), GIBBS_TERMS)
+            for interaction in self.magnetic_interactions:
+                interaction.check(len(self.species), 2)
+        except ValueError as error:
+            raise ValueError(f"phase {self.name!r}: {error}") from None
+        if self.lattice is None and self.magnetic_interactions:
+            raise ValueError(f"phase {self.name!r}: magnetic interactions without lattice factors")
+
+
+Phase = IdealPhase | RedlichKisterPhase
+"""A mixture phase of one of the models known here."""
+
+
+def _check_mixture(name: str, species: Sequence[Species], *, magnetic: bool) -> None:
+    _check_name("phase", name)
+    if not species:
+        raise ValueError(f"phase {name!r} has no constituent")
+    _check_unique(f"phase {name!r}: constituent", (one.name for one in species))
+    for one in species:
+        if one.magnetic is not None and not magnetic:
+            raise ValueError(f"phase {name!r}: {one.name!r} is magnetic, the phase is not")
+
+
+@dataclass(frozen=True, slots=True)
+class PurePhase:
+    """A pure condensed phase. A dummy only gives its component a reference; it never forms."""
+
+    species: Species
+    lattice: LatticeFactors | None = None
+    dummy: bool = False
+
+    def __post_init__(self) -> None:
+        if (self.lattice is None) != (self.species.magnetic is None):
+            raise ValueError(
+                f"pure phase {self.species.name!r}: lattice factors and moment belong together"
+            )
+
+    @property
+    def name(self) -> str:
+        """The name of the phase, which is that of its species."""
+        return self.species.name
+
+
+@dataclass(frozen=True, slots=True)
+class System:
+    """A whole data file.
+
+    `gas` is the only phase with a pressure term. A phase that may unmix stands in `phases` as
+    often as it may split, under one name. `remark` becomes the comment after the last record.
+    """
+
+    title: str
+    components: tuple[Component, ...]
+    gas: IdealPhase | None = None
+    phases: tuple[Phase, ...] = ()
+    pure: tuple[PurePhase, ...] = ()
+    remark: tuple[str, ...] = ()
+
+    def __post_init__(self) -> None:
+        if len(self.title.split()) < 2 or not self.title.isprintable() or not self.title.isascii():
+            raise ValueError(
+                f"title {self.title!r}: a title is one line of plain ASCII with at least two words"
+            )
+        for line in self.remark:
+            if not (line.isprintable() and line.isascii()):
+                raise ValueError(f"remark {line!r}: a remark line is one line of plain ASCII")
+        if not self.components:
+            raise ValueError("a system has at least one component")
+        _check_unique("component", (component.name for component in self.components))
+        _check_unique("pure phase", (phase.name for phase in self.pure if not phase.dummy))
+        for species in self.all_species():
+            self._check_stoichiometry(species)
+
+    def mixtures(self) -> tuple[Phase, ...]:
+        """All mixture phases in the order of the file, the gas first."""
+        return self.phases if self.gas is None else (self.gas, *self.phases)
+
+    def all_species(self) -> Iterable[Species]:
+        """Every species record in the order of the file."""
+        for phase in self.mixtures():
+            yield from phase.species
+        for pure in self.pure:
+            yield pure.species
+
+    def _check_stoichiometry(self, species: Species) -> None:
+        if len(species.amounts) != len(self.components):
+            raise ValueError(
+                f"species {species.name!r}: {len(species.amounts)} stoichiometric numbers for"
+                f" {len(self.components)} components"
+            )
+        for component, amount in zip(self.components, species.amounts, strict=True):
+            if amount < 0 and not component.is_electron:
+                raise ValueError(
+                    f"species {species.name!r}: the amount of {component.name!r} is negative"
+                )
