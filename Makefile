@@ -1,0 +1,104 @@
+# Builds, runs and tests the package in a virtual environment of its own, .venv.
+#
+#   make demo        reduction of hematite, from the class interface over a shipped data file
+#   make test        every test, and those of compiled code once more under the sanitizers
+#   make test-long   whole sweeps, fuzzing and long property runs as well
+#   make lint        formatting and static checks
+#   make benchmark   times of the engine and of the Python interface
+
+PYTHON ?= python3
+VENV := .venv
+BIN := $(VENV)/bin
+PY := $(abspath $(BIN)/python)
+# A stamp, so that an installation that broke off is done again.
+ENVIRONMENT := $(VENV)/build-tools
+
+# The wheel is built without isolation, so that a second build compiles only what has changed.
+BUILD_TOOLS := scikit-build-core cmeel-eigen cmake ninja
+SOURCES := pyproject.toml CMakeLists.txt README.md $(shell find src cmake -type f -not -path '*/__pycache__/*')
+
+SITE_PACKAGES = $$($(PY) -c 'import sysconfig; print(sysconfig.get_path("purelib"))')
+CONFIGURE = $(BIN)/cmake -DCMAKE_MAKE_PROGRAM=$(abspath $(BIN)/ninja) -DPython_EXECUTABLE=$(PY) \
+	-DCMAKE_PREFIX_PATH=$(SITE_PACKAGES)
+
+# What the sanitizers need inside an interpreter that was built without them.
+SANITIZED_SITE := build/sanitize/site
+SANITIZED = PYTHONPATH=$(SANITIZED_SITE) PYTHONMALLOC=malloc ASAN_OPTIONS=detect_leaks=0 \
+	LD_PRELOAD="$$($(CXX) -print-file-name=libasan.so) $$($(CXX) -print-file-name=libubsan.so)"
+
+.NOTPARALLEL:
+.PHONY: demo test test-python test-sanitized test-long test-release test-fuzz lint benchmark clean
+
+demo: $(VENV)/package
+	$(BIN)/python examples/reduction_of_hematite.py
+
+test: test-python test-sanitized
+
+test-python: $(VENV)/package $(VENV)/test-tools
+	$(BIN)/pytest
+
+# Builds with warnings as errors, runs the engine's tests, then those of both extension modules.
+test-sanitized: $(VENV)/test-tools
+	$(CONFIGURE) --preset sanitize
+	$(BIN)/cmake --build --preset sanitize
+	$(BIN)/ctest --preset sanitize --output-on-failure --parallel 2
+	rm -rf $(SANITIZED_SITE)
+	mkdir -p $(SANITIZED_SITE)
+	cp -R src/tessara $(SANITIZED_SITE)
+	$(BIN)/cmake --install build/sanitize --component python --prefix $(SANITIZED_SITE)
+	$(SANITIZED) $(BIN)/pytest tests/basic tests/friendly tests/system
+
+test-long: test test-release test-fuzz
+	$(BIN)/pytest -m long
+
+test-release: $(VENV)/test-tools
+	$(CONFIGURE) --preset release -DTESSARA_BENCHMARKS=OFF
+	$(BIN)/cmake --build --preset release
+	$(BIN)/ctest --preset release --output-on-failure --parallel 2
+	build/release/tests/engine/engine_sweeps 100000
+
+FUZZ_SECONDS ?= 300
+test-fuzz: $(VENV)/test-tools
+	tools/install-system-packages clang
+	$(CONFIGURE) --preset fuzz
+	$(BIN)/cmake --build --preset fuzz
+	mkdir -p build/fuzz/corpus
+	build/fuzz/tests/fuzz/fuzz_dat_reader -max_total_time=$(FUZZ_SECONDS) -timeout=10 -rss_limit_mb=2048 \
+		-print_final_stats=1 build/fuzz/corpus tests/fuzz/corpus
+
+lint: $(VENV)/dev-tools $(VENV)/test-tools
+	$(BIN)/ruff format --check
+	$(BIN)/ruff check
+	$(BIN)/clang-format --dry-run --Werror $$(git ls-files '*.cpp' '*.hpp')
+	$(CONFIGURE) --preset tidy -DCMAKE_CXX_CLANG_TIDY="$(abspath $(BIN)/clang-tidy);--quiet"
+	$(BIN)/cmake --build --preset tidy
+
+benchmark: $(VENV)/package $(VENV)/test-tools
+	tools/install-system-packages benchmark
+	$(CONFIGURE) --preset release -DTESSARA_BENCHMARKS=ON
+	$(BIN)/cmake --build --preset release
+	build/release/benchmarks/engine_benchmarks --benchmark_min_time=0.2s
+	$(BIN)/pytest benchmarks --benchmark-only
+
+$(ENVIRONMENT):
+	tools/install-system-packages compiler
+	$(PYTHON) -m venv $(VENV)
+	$(BIN)/pip install --quiet --upgrade pip
+	$(BIN)/pip install --quiet $(BUILD_TOOLS)
+	touch $@
+
+$(VENV)/package: $(ENVIRONMENT) $(SOURCES)
+	PATH="$(abspath $(BIN)):$$PATH" $(BIN)/pip install --no-build-isolation --no-deps --force-reinstall .
+	touch $@
+
+$(VENV)/test-tools: $(ENVIRONMENT) pyproject.toml
+	tools/install-system-packages googletest
+	$(BIN)/pip install --quiet 'pytest>=8' 'hypothesis>=6.100' 'pytest-benchmark>=5'
+	touch $@
+
+$(VENV)/dev-tools: $(ENVIRONMENT) pyproject.toml
+	$(BIN)/pip install --quiet 'clang-format==18.1.8' 'clang-tidy==18.1.8' 'ruff>=0.6'
+	touch $@
+
+clean:
+	rm -rf build $(VENV)
