@@ -93,7 +93,7 @@ $(VENV)/package: $(ENVIRONMENT) $(SOURCES)
 
 $(VENV)/test-tools: $(ENVIRONMENT) pyproject.toml
 	tools/install-system-packages googletest
-	$(BIN)/pip install --quiet 'pytest>=8' 'hypothesis>=6.100' 'pytest-benchmark>=5'
+	$(BIN)/pip install --quiet 'pytest>=8' 'hypothesis>=6.100' 'pytest-benchmark>=5' 'numpy>=1.26'
 	touch $@
 
 $(VENV)/dev-tools: $(ENVIRONMENT) pyproject.toml

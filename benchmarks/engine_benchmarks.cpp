@@ -98,9 +98,9 @@ void shipped_system(benchmark::State& state, Solver::Start start) {
             benchmark::DoNotOptimize(solver.solve(conditions, start).iterations);
         }
     }
-    state.counters["per point"] = benchmark::Counter(
-        20.0 * static_cast<double>(state.iterations()),
-        benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["per point"] =
+        benchmark::Counter(20.0 * static_cast<double>(state.iterations()),
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 BENCHMARK_CAPTURE(shipped_system, cold, Solver::Start::Cold)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(shipped_system, warm, Solver::Start::Warm)->Unit(benchmark::kMicrosecond);

@@ -180,7 +180,8 @@ TEST(NameLines, AreNoNumbers) {
 }
 
 TEST(NameLines, RefuseControlCharacters) {
-    DatTokens tokens(std::string("A\0B\n", 4), "x.dat");
+    const std::string text("A\0B\n", 4);
+    DatTokens tokens(text, "x.dat");
     EXPECT_THROW(tokens.name_line("a name"), ReadError);
 }
 

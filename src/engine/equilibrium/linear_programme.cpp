@@ -1,5 +1,6 @@
 #include "engine/equilibrium/linear_programme.hpp"
 
+#include "engine/equilibrium/vectors.hpp"
 #include "engine/units/constants.hpp"
 
 #include <algorithm>
@@ -22,14 +23,6 @@ constexpr int RefactorInterval = 40;
 constexpr int BlandAfter = 12;
 /// Pivots in a row, beside some per row, that may leave the objective as it is.
 constexpr int MostIdle = 100;
-
-double dot(const double* a, const double* b, std::size_t n) {
-    double sum = 0.0;
-    for (std::size_t k = 0; k < n; ++k) {
-        sum += a[k] * b[k];
-    }
-    return sum;
-}
 
 } // namespace
 

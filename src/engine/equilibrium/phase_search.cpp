@@ -1,5 +1,7 @@
 #include "engine/equilibrium/phase_search.hpp"
 
+#include "engine/equilibrium/vectors.hpp"
+
 #include <Eigen/Cholesky>
 
 #include <algorithm>
@@ -25,10 +27,6 @@ constexpr double SameComposition = 1e-6;
 constexpr double LeastPivot = 1e-7;
 /// sqrt(x) of a fraction below the range of doubles; any number above zero serves.
 constexpr double LeastRoot = 1e-160;
-
-double dot(std::span<const double> a, std::span<const double> b) {
-    return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
-}
 
 } // namespace
 

@@ -284,8 +284,8 @@ public:
             thermal_[k].value += (c.p + c.p2 * pressure_) * pressure_;
         }
         // The value and its two T derivatives mix alike, one after the other.
-        constexpr double ThermalValue::* parts[] = {&ThermalValue::value, &ThermalValue::d_t,
-                                                    &ThermalValue::d_tt};
+        constexpr double ThermalValue::*parts[] = {&ThermalValue::value, &ThermalValue::d_t,
+                                                   &ThermalValue::d_tt};
         ThermalValue total;
         for (auto part : parts) {
             for (std::size_t k = 0; k < thermal_.size(); ++k) {

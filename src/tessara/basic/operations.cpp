@@ -143,7 +143,7 @@ Ref count_components(const Arguments&) {
 }
 
 Ref component_name(const Arguments& arguments) {
-    return text(library().component(arguments[0].integer).name);
+    return name_text(library().component(arguments[0].integer).name);
 }
 
 Ref component_stoichiometry(const Arguments& arguments) {
@@ -158,7 +158,7 @@ Ref count_phases(const Arguments&) {
 }
 
 Ref phase_name(const Arguments& arguments) {
-    return text(library().phase(arguments[0].integer).name);
+    return name_text(library().phase(arguments[0].integer).name);
 }
 
 Ref phase_model(const Arguments& arguments) {
@@ -171,7 +171,7 @@ Ref count_constituents(const Arguments& arguments) {
 }
 
 Ref constituent_name(const Arguments& arguments) {
-    return text(library().constituent(arguments[0].integer, arguments[1].integer).name);
+    return name_text(library().constituent(arguments[0].integer, arguments[1].integer).name);
 }
 
 Ref constituent_stoichiometry(const Arguments& arguments) {

@@ -142,7 +142,7 @@ PyObject* python_text_signature(PyObject* self, void*) noexcept {
     });
 }
 
-template <Ref FunctionData::* part>
+template <Ref FunctionData::*part>
 PyObject* get_part(PyObject* self, void*) noexcept {
     return Ref::borrow((data_of(self).*part).get()).release();
 }

@@ -28,6 +28,14 @@ inline Ref text(std::string_view utf8) {
                                         "backslashreplace"));
 }
 
+/// The `str` that programs which write the same name out have, too: dictionaries find a key that is
+/// the very object faster than one that is only equal.
+inline Ref name_text(std::string_view utf8) {
+    PyObject* name = text(utf8).release();
+    PyUnicode_InternInPlace(&name);
+    return Ref::steal(name);
+}
+
 /// The text of a `str` in UTF-8; what has no UTF-8 becomes backslash escapes.
 inline std::string utf8(PyObject* text) {
     const Ref bytes = checked(PyUnicode_AsEncodedString(text, "utf-8", "backslashreplace"));

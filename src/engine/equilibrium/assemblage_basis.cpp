@@ -1,0 +1,222 @@
+#include "engine/equilibrium/assemblage.hpp"
+
+#include "engine/equilibrium/tolerances.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+// The basis: species of which all others are made, chosen so that balances keep their digits.
+
+namespace tessara {
+namespace {
+
+/// Entries of an inverted basis below this share of the largest are rounding.
+constexpr double RoundingOfInverse = 1e-12;
+/// A basis member may be rarer by this factor (ln) than a species that could take its place.
+constexpr double MemberLag = 5.0;
+
+} // namespace
+
+/// Reservoirs, pure phases, then the constituents of mixtures by falling amount. Says whether all
+/// reservoirs and pure phases are independent; if not, `vanishing_` is the pure phase that is not.
+bool Assemblage::choose_basis() {
+    basis_.clear();
+    rows_.reset(system_->component_count());
+    for (std::size_t r = 0; r < reservoirs_->size(); ++r) {
+        if (rows_.offer((*reservoirs_)[r].stoichiometry)) {
+            basis_.push_back({Member::Kind::Reservoir, r, 0});
+        }
+    }
+    for (std::size_t p = 0; p < pure.size(); ++p) {
+        const std::size_t species = system_->blocks[pure[p].block].first;
+        if (!rows_.offer(system_->stoichiometry(species))) {
+            vanishing_ = p;
+            return false;
+        }
+        basis_.push_back({Member::Kind::Pure, species, p});
+    }
+    fixed_ = basis_.size();
+    ranking_.clear();
+    for (std::size_t f = 0; f < mixture_count; ++f) {
+        const MixtureSet& set = mixtures[f];
+        const Block& block = system_->blocks[set.block];
+        for (std::size_t i = 0; i < block.count; ++i) {
+            ranking_.push_back({set.log_amount + set.log_x[i], block.first + i, f});
+        }
+    }
+    std::sort(ranking_.begin(), ranking_.end(), [](const Ranked& a, const Ranked& b) {
+        return a.log_amount != b.log_amount ? a.log_amount > b.log_amount : a.species < b.species;
+    });
+    const std::size_t nc = system_->component_count();
+    for (const Ranked& ranked : ranking_) {
+        if (basis_.size() == nc) {
+            break;
+        }
+        if (rows_.offer(system_->stoichiometry(ranked.species))) {
+            basis_.push_back({Member::Kind::Mixture, ranked.species, ranked.set});
+        }
+    }
+    spanned_ = basis_.size();
+    complete_basis();
+    return true;
+}
+
+/// Adds species that are not there, until every species can be written over the members.
+void Assemblage::complete_basis() {
+    const std::size_t nc = system_->component_count();
+    for (std::size_t s = 0; s < system_->species().size() && basis_.size() < nc; ++s) {
+        if (rows_.offer(system_->stoichiometry(s))) {
+            basis_.push_back({Member::Kind::Open, s, 0});
+        }
+    }
+    rank_ = basis_.size();
+}
+
+/// Writes all species over the members.
+void Assemblage::transform() {
+    const std::size_t r = rank_;
+    const auto n = static_cast<Eigen::Index>(r);
+    using RowMajor = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
+    inverse_.resize(r * r);
+    Eigen::Map<RowMajor> inverse(inverse_.data(), n, n);
+    if (r > 0) {
+        matrix_.resize(n, n);
+        for (std::size_t k = 0; k < r; ++k) {
+            const std::span<const double> row = member_stoichiometry(basis_[k]);
+            for (std::size_t j = 0; j < r; ++j) {
+                matrix_(static_cast<Eigen::Index>(k), static_cast<Eigen::Index>(j)) =
+                    row[rows_.pivot(j)];
+            }
+        }
+        lu_.compute(matrix_);
+        inverse = lu_.inverse();
+        // Rounding must not mix what has nothing to do with each other: a trace's balance would
+        // take up digits of abundant matter.
+        const double largest = inverse.cwiseAbs().maxCoeff();
+        for (double& entry : inverse_) {
+            entry = std::abs(entry) <= RoundingOfInverse * largest ? 0.0 : entry;
+        }
+    }
+    const std::vector<Species>& species = system_->species();
+    nu_.assign(species.size() * r, 0.0);
+    kappa_.resize(species.size());
+    tau_.resize(species.size());
+    const std::span<const double> gibbs = system_->gibbs();
+    size_.resize(r);
+    for (std::size_t s = 0; s < species.size(); ++s) {
+        const double* row = system_->stoichiometry(s).data();
+        double* nu = &nu_[s * r];
+        std::fill(size_.begin(), size_.end(), 0.0);
+        for (std::size_t j = 0; j < r; ++j) {
+            const double a = row[rows_.pivot(j)];
+            if (a == 0.0) {
+                continue; // most are
+            }
+            const double* inverse_row = &inverse_[j * r];
+            for (std::size_t k = 0; k < r; ++k) {
+                const double term = a * inverse_row[k];
+                nu[k] += term;
+                size_[k] += std::abs(term);
+            }
+        }
+        for (std::size_t k = 0; k < r; ++k) {
+            nu[k] = std::abs(nu[k]) <= ZeroTolerance * size_[k] ? 0.0 : nu[k];
+        }
+    }
+    for (std::size_t k = 0; k < r; ++k) {
+        if (basis_[k].kind != Member::Kind::Reservoir) {
+            double* nu = &nu_[basis_[k].id * r];
+            std::fill(nu, nu + r, 0.0);
+            nu[k] = 1.0;
+        }
+    }
+    for (std::size_t s = 0; s < species.size(); ++s) {
+        double kappa = gibbs[s];
+        for (std::size_t k = 0; k < r; ++k) {
+            kappa -= nu_[s * r + k] * member_gibbs(basis_[k]);
+        }
+        kappa_[s] = kappa;
+    }
+    for (std::size_t k = 0; k < r; ++k) {
+        if (basis_[k].kind != Member::Kind::Reservoir) {
+            kappa_[basis_[k].id] = 0.0;
+        }
+    }
+}
+
+void Assemblage::set_right_sides() {
+    const std::size_t r = rank_;
+    right_.assign(r, 0.0);
+    right_size_.assign(r, 0.0);
+    for (const Feed& feed : *feeds_) {
+        for (std::size_t k = 0; k < r; ++k) {
+            double nu = 0.0;
+            double size = 0.0;
+            for (std::size_t j = 0; j < r; ++j) {
+                const double term = feed.stoichiometry[rows_.pivot(j)] * inverse_[j * r + k];
+                nu += term;
+                size += std::abs(term);
+            }
+            if (std::abs(nu) > ZeroTolerance * size) {
+                right_[k] += feed.amount * nu;
+            }
+            right_size_[k] += std::abs(feed.amount) * size;
+        }
+    }
+    for (std::size_t k = 0; k < r; ++k) {
+        if (std::abs(right_[k]) <= ZeroTolerance * right_size_[k]) {
+            right_[k] = 0.0;
+        }
+    }
+}
+
+/// Whether nothing went in along the directions that the stable phases don't hold.
+bool Assemblage::open_is_empty() const {
+    return std::all_of(right_.begin() + static_cast<std::ptrdiff_t>(spanned_), right_.end(),
+                       [](double right) { return right == 0.0; });
+}
+
+/// Whether each basis member is about as abundant as any species that could take its place. Where
+/// it is not, its balance is a difference of larger amounts and loses digits.
+bool Assemblage::basis_is_good() const {
+    const std::size_t m = unknowns();
+    for (std::size_t f = 0; f < mixture_count; ++f) {
+        const Block& block = system_->blocks[mixtures[f].block];
+        for (std::size_t i = 0; i < block.count; ++i) {
+            const double* nu = nu_row(block.first + i) + fixed_;
+            for (std::size_t k = 0; k < m; ++k) {
+                if (nu[k] == 0.0) {
+                    continue;
+                }
+                const Member& member = basis_[fixed_ + k];
+                const std::size_t at =
+                    member.id - system_->blocks[mixtures[member.set].block].first;
+                if (log_amounts_[sets_[f].first + i] >
+                    log_amounts_[sets_[member.set].first + at] + MemberLag) {
+                    return false;
+                }
+            }
+        }
+    }
+    return true;
+}
+
+// --- what is left open ---
+
+void Assemblage::shift_open(std::span<const double> change) {
+    for (std::size_t d = 0; d < change.size(); ++d) {
+        v_[spanned_ + d] += change[d];
+    }
+    update_affinities(0, tau_.size());
+    update_duals();
+}
+
+bool Assemblage::determines(std::span<const double> stoichiometry) const {
+    return rows_.contains(stoichiometry, spanned_);
+}
+
+std::span<const double> Assemblage::open_stoichiometry(std::size_t d) const {
+    return member_stoichiometry(basis_[spanned_ + d]);
+}
+
+} // namespace tessara
