@@ -26,6 +26,9 @@ SANITIZED_SITE := build/sanitize/site
 SANITIZED = PYTHONPATH=$(SANITIZED_SITE) PYTHONMALLOC=malloc ASAN_OPTIONS=detect_leaks=0 \
 	LD_PRELOAD="$$($(CXX) -print-file-name=libasan.so) $$($(CXX) -print-file-name=libubsan.so)"
 
+# Tests run side by side; benchmarks have a run of their own.
+PYTEST = pytest -n auto -p no:benchmark
+
 .NOTPARALLEL:
 .PHONY: demo test test-python test-sanitized test-long test-release test-fuzz lint benchmark clean
 
@@ -35,7 +38,7 @@ demo: $(VENV)/package
 test: test-python test-sanitized
 
 test-python: $(VENV)/package $(VENV)/test-tools
-	$(BIN)/pytest
+	$(BIN)/$(PYTEST)
 
 # Builds with warnings as errors, runs the engine's tests, then those of both extension modules.
 test-sanitized: $(VENV)/test-tools
@@ -46,7 +49,7 @@ test-sanitized: $(VENV)/test-tools
 	mkdir -p $(SANITIZED_SITE)
 	cp -R src/tessara $(SANITIZED_SITE)
 	$(BIN)/cmake --install build/sanitize --component python --prefix $(SANITIZED_SITE)
-	$(SANITIZED) $(BIN)/pytest tests/basic tests/friendly tests/system
+	$(SANITIZED) $(BIN)/$(PYTEST) tests/basic tests/friendly tests/system
 
 test-long: test test-release test-fuzz
 	$(BIN)/pytest -m long
@@ -93,7 +96,7 @@ $(VENV)/package: $(ENVIRONMENT) $(SOURCES)
 
 $(VENV)/test-tools: $(ENVIRONMENT) pyproject.toml
 	tools/install-system-packages googletest
-	$(BIN)/pip install --quiet 'pytest>=8' 'hypothesis>=6.100' 'pytest-benchmark>=5' 'numpy>=1.26'
+	$(BIN)/pip install --quiet 'pytest>=8' 'hypothesis>=6.100' 'pytest-benchmark>=5' 'pytest-xdist>=3.5' 'numpy>=1.26'
 	touch $@
 
 $(VENV)/dev-tools: $(ENVIRONMENT) pyproject.toml

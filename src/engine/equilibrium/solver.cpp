@@ -55,9 +55,9 @@ const Equilibrium& Solver::solve(const EquilibriumConditions& conditions, Start 
     if (!result_.certificate.holds()) {
         throw SolveError("the calculation did not converge: the result of the last attempt failed "
                          "its check (balance " +
-                         number_text(result_.certificate.balance) + ", potentials " +
-                         number_text(result_.certificate.potential) + " RT, driving force " +
-                         number_text(result_.certificate.driving_force) + " RT)");
+                         quoted_number(result_.certificate.balance) + ", potentials " +
+                         quoted_number(result_.certificate.potential) + " RT, driving force " +
+                         quoted_number(result_.certificate.driving_force) + " RT)");
     }
     assemblage_is_start_ = true;
     return result_;

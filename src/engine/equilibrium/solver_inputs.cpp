@@ -81,7 +81,7 @@ void Solver::collect_reservoirs(const EquilibriumConditions& conditions) {
             throw SolveError("the activity of component " + name +
                              " cannot be given: the data file has no record made of it alone");
         } else if (!(given.value > 0.0)) {
-            throw SolveError("the given activity " + number_text(given.value) + " of " + name +
+            throw SolveError("the given activity " + quoted_number(given.value) + " of " + name +
                              " is not above zero");
         } else {
             reservoir.potential = g / rt + std::log(given.value);
@@ -97,11 +97,11 @@ void Solver::collect_reservoirs(const EquilibriumConditions& conditions) {
 /// Makes ready all that does not depend on the start.
 void Solver::prepare(const EquilibriumConditions& conditions) {
     if (!(conditions.t > 0.0) || !std::isfinite(conditions.t)) {
-        throw SolveError("the temperature " + number_text(conditions.t) +
+        throw SolveError("the temperature " + quoted_number(conditions.t) +
                          " K is not a positive number");
     }
     if (!(conditions.p > 0.0) || !std::isfinite(conditions.p)) {
-        throw SolveError("the pressure " + number_text(conditions.p) +
+        throw SolveError("the pressure " + quoted_number(conditions.p) +
                          " Pa is not a positive number");
     }
     programme_ready_ = false;

@@ -99,6 +99,10 @@ std::string number_text(double value, int digits) {
     return out.str();
 }
 
+std::string quoted_number(double value) {
+    return std::isnan(value) ? "nan" : number_text(value);
+}
+
 std::string column_text(double value) {
     if (!std::isfinite(value)) {
         return special(value);

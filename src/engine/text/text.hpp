@@ -15,6 +15,9 @@ std::string ascii(std::string_view utf8);
 /// fashion of a locale.
 std::string number_text(double value, int digits = 6);
 
+/// A number as a sentence quotes it: the same, but nan is "nan".
+std::string quoted_number(double value);
+
 /// A number for a column of a table: six decimals where they show enough digits, an exponent
 /// elsewhere; "-" for nan.
 std::string column_text(double value);
