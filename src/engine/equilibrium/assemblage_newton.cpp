@@ -545,9 +545,9 @@ Assemblage::Outcome Assemblage::iterate() {
     for (std::size_t f = 0; f < mixture_count; ++f) {
         start_log_amount_.push_back(mixtures[f].log_amount);
     }
-    double norm = evaluate();
+    evaluate();
     settle_far_balances();
-    norm = evaluate();
+    double norm = evaluate();
     const double exact = Exact * static_cast<double>(count);
     double good = Good * static_cast<double>(count);
     int slow = 0;
