@@ -1,5 +1,6 @@
 #pragma once
 
+#include "friendly/library/binding.hpp"
 #include "friendly/method.hpp"
 #include "friendly/python/objects.hpp"
 
@@ -47,6 +48,14 @@ inline constexpr Shape<3> cls_V_guess_print{
     {{{"cls"}, {"V_guess"}, {"print_results", Type::Object, &False}}}};
 inline constexpr Shape<3> cls_T_guess_print{
     {{{"cls"}, {"T_guess"}, {"print_results", Type::Object, &False}}}};
+
+inline constexpr Default EquilibriumCalculationResult{
+    "EquilibriumCalculationResult", [] { return global(names::EquilibriumCalculationResult); }};
+inline constexpr Shape<3> cls_result_type_error{
+    {{{"cls"},
+      {"result_type", Type::Object, &EquilibriumCalculationResult},
+      {"error", Type::Bool, &False}}}};
+inline constexpr Shape<3> cls_i_ph_A_ph{{{{"cls"}, {"i_ph", Type::Int}, {"A_ph", Type::Double}}}};
 
 inline constexpr Shape<2> stoich_scs{{{{"stoich"}, {"scs", Type::Object, &None}}}};
 

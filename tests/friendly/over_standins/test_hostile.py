@@ -58,6 +58,9 @@ SCENES = {
     "search and list": lambda f, dat: f.EquilibriumCalculation.calculate_eq_T(1.0, True),
     "flat list": lambda f, dat: f.EquilibriumCalculation.get_eq_A_pcs(),
     "components": lambda f, dat: f.EquilibriumCalculation.get_eq_A_scs_in_ph("GAS"),
+    "component states": lambda f, dat: f.EquilibriumCalculation._get_result_scs(),
+    "phase states": lambda f, dat: f.EquilibriumCalculation._get_result_phs(),
+    "incoming amount states": lambda f, dat: f.EquilibriumCalculation._get_result_IAs(),
     "condition": lambda f, dat: f.EquilibriumCalculation.set_IA_pc("GAS", "O2", 1.0),
 }
 

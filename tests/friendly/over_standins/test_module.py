@@ -108,6 +108,11 @@ METHODS = {
         _list_to_file(cls)
         _list_back(cls, file_name, old_list_number)
         get_str_inputs(cls)
+        _get_result_scs(cls)
+        _get_result_phs(cls)
+        _get_result_ph_scs(cls, int i_ph, double A_ph)
+        _get_result_ph_pcs(cls, int i_ph, double A_ph)
+        get_result_object(cls, result_type=EquilibriumCalculationResult, bool error=False)
     """,
     "AbsoluteEquilibriumCalculationBase": """
         _set_eq_condition_sc(cls, variable, sc, double value)
@@ -117,6 +122,8 @@ METHODS = {
         set_IA_pc(cls, ph, pc, double value)
         set_eq_AC_pc(cls, ph, pc, double value)
         set_eq_MU_pc(cls, ph, pc, double value)
+        _get_result_IAs(cls)
+        get_result_object(cls, result_type=EquilibriumCalculationResult, bool error=False)
     """,
     "EquilibriumCalculation": """
         calculate_eq(cls, print_results=False, estimate=False, return_result=False, **kwargs)
@@ -409,13 +416,20 @@ def test_function_knows_its_names(friendly, owner, line):
     assert inspect.isroutine(bound)
 
 
+def as_declared(parameter):
+    shown = str(parameter.replace(annotation=parameter.empty))
+    default = parameter.default
+    if isinstance(default, type) and default is not parameter.empty:
+        return shown.replace(repr(default), default.__name__)
+    return shown
+
+
 @pytest.mark.parametrize(("owner", "line"), DECLARATIONS)
 def test_signature_tells_names_and_defaults(friendly, owner, line):
     name, parameters = line[:-1].split("(")
     plain = [words.split(" ")[-1] for words in parameters.split(", ")]
     signature = inspect.signature(getattr(getattr(friendly, owner), name))
-    shown = [str(p.replace(annotation=p.empty)) for p in signature.parameters.values()]
-    assert shown == plain[1:]
+    assert [as_declared(p) for p in signature.parameters.values()] == plain[1:]
     function = function_of(friendly, owner, name)
     assert function.__text_signature__ == f"({', '.join(plain)})"
     assert next(iter(inspect.signature(function).parameters)) == "cls"

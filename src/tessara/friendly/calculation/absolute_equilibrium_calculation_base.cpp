@@ -126,7 +126,7 @@ constexpr const char* potential_unit = "energy unit in force, per mole";
 } // namespace
 
 ClassDefinition absolute_equilibrium_calculation_base() {
-    return {
+    ClassDefinition definition{
         "AbsoluteEquilibriumCalculationBase",
         "EquilibriumCalculationBase",
         documentation,
@@ -149,7 +149,11 @@ ClassDefinition absolute_equilibrium_calculation_base() {
                 "set_eq_MU_pc",
                 constituent_description("equilibrium chemical potential", potential_unit),
                 &names::MU),
-        }};
+        },
+        &absolute_cell()};
+    definition.add(incoming_amount_state_methods());
+    definition.add(absolute_result_object_methods());
+    return definition;
 }
 
 } // namespace tessara::friendly::calculation

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "friendly/class_definition.hpp"
+#include "friendly/library/binding.hpp"
 
 namespace tessara::friendly::calculation {
 
@@ -14,12 +15,54 @@ ClassDefinition phase_map_calculation();
 std::vector<Method> condition_methods();
 std::vector<Method> frame_methods();
 std::vector<Method> result_methods();
+std::vector<Method> result_state_methods();
+std::vector<Method> result_object_methods();
+
+// The methods of `AbsoluteEquilibriumCalculationBase`, but for those in the class's own file.
+std::vector<Method> incoming_amount_state_methods();
+std::vector<Method> absolute_result_object_methods();
+
+/// The class `AbsoluteEquilibriumCalculationBase`, for the methods of it that say `super()`.
+ClassCell& absolute_cell();
 
 /// The methods of `EquilibriumCalculation` that solve.
 std::vector<Method> solving_methods();
 
 /// In an index place of the library: no phase, or no component and no constituent.
 inline constexpr long NoIndex = -1;
+
+/// `basic.hxgetr(ResultVariable.<variable>, places...)`
+template <class... Places>
+Ref result_of(const Name& variable, const Places&... places) {
+    return call_operation(names::hxgetr, Member{names::ResultVariable, variable}, places...);
+}
+
+/// A field of a record, and the member of `ResultVariable` that it is read with.
+struct Field {
+    const Name& name;
+    const Name& variable;
+};
+
+/// `record.<field> = basic.hxgetr(ResultVariable.<variable>, places...)`
+template <class... Places>
+void read_field(const Ref& record, const Field& field, const Places&... places) {
+    set_attribute(record, field.name, result_of(field.variable, places...));
+}
+
+template <class... Places>
+void read_fields(const Ref& record, std::span<const Field> fields, const Places&... places) {
+    for (const Field& field : fields) {
+        read_field(record, field, places...);
+    }
+}
+
+/// `record.<field>.<merge>(cls.<method>(arguments...))`
+template <class... Arguments>
+void fill_field(const Ref& record, const Name& field, const Name& merge, PyObject* cls,
+                const Name& method, const Arguments&... arguments) {
+    const Ref merge_into_field = attribute(attribute(record, field), merge);
+    call(merge_into_field, call_method(cls, method, arguments...));
+}
 
 // The listing capture, which every calculation that prints shares.
 

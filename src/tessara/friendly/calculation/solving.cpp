@@ -23,6 +23,15 @@ void print_capture(PyObject* cls, const Capture& capture) {
     call(print, end_capture(cls, capture));
 }
 
+/// `cls.get_result_object(**kwargs)`, outside the timed frame. What comes of it is not kept: nobody
+/// waits for it.
+void make_result_object(PyObject* cls, PyObject* kwargs) {
+    const Ref get_result_object = attribute(cls, names::get_result_object);
+    const Ref keywords = checked(PyDict_Copy(kwargs));
+    const Ref no_arguments = tuple_of();
+    checked(PyObject_Call(get_result_object.get(), no_arguments.get(), keywords.get()));
+}
+
 constexpr const char* calculate_eq_text =
     R"(Calculates the equilibrium under the conditions in force.
 
@@ -41,7 +50,8 @@ Raises:
     TessaraError: the library can't calculate. `t_end` and `dt` are `None` then, and with
         `print_results` the library's listings stay turned away.)";
 
-Ref calculate_eq(PyObject* cls, PyObject* print_results, PyObject* estimate, PyObject*, PyObject*) {
+Ref calculate_eq(PyObject* cls, PyObject* print_results, PyObject* estimate,
+                 PyObject* return_result, PyObject* kwargs) {
     const Member no_target{names::TargetVariable, names::NoTarget};
     call_method(cls, names::_start_calc);
     const Ref values = value_pair(0.0, 0.0);
@@ -55,7 +65,9 @@ Ref calculate_eq(PyObject* cls, PyObject* print_results, PyObject* estimate, PyO
         call_operation(solve, no_target, integer(NoIndex), integer(NoIndex), values);
     }
     call_method(cls, names::_end_calc);
-    // Under `return_result` the result object is made here, outside the timed frame.
+    if (is_true(return_result)) {
+        make_result_object(cls, kwargs);
+    }
     return none();
 }
 

@@ -28,6 +28,8 @@ inline constinit const Name hxmodl{"hxmodl"};
 inline constinit const Name hxnopc{"hxnopc"};
 inline constinit const Name hxgnpc{"hxgnpc"};
 inline constinit const Name hxstpc{"hxstpc"};
+inline constinit const Name hxgsp{"hxgsp"};
+inline constinit const Name hxgspc{"hxgspc"};
 inline constinit const Name hxsetc{"hxsetc"};
 inline constinit const Name hxremc{"hxremc"};
 inline constinit const Name hxgetr{"hxgetr"};
@@ -71,9 +73,26 @@ inline constinit const Name SM{"SM"};
 inline constinit const Name GM{"GM"};
 inline constinit const Name VM{"VM"};
 
-// Records of `core`.
+// Records and functions of `core`.
 inline constinit const Name EquilibriumCalculationResult{"EquilibriumCalculationResult"};
+inline constinit const Name PhaseConstituentIncomingAmountState{
+    "PhaseConstituentIncomingAmountState"};
+inline constinit const Name PhaseConstituentState{"PhaseConstituentState"};
+inline constinit const Name PhaseState{"PhaseState"};
 inline constinit const Name StreamCalculationResult{"StreamCalculationResult"};
+inline constinit const Name SystemComponentIncomingAmountState{
+    "SystemComponentIncomingAmountState"};
+inline constinit const Name SystemComponentState{"SystemComponentState"};
+inline constinit const Name get_error_info_dict{"get_error_info_dict"};
+
+// Their fields, as far as no member or key has the same name.
+inline constinit const Name Cp{"Cp"};
+inline constinit const Name CpM{"CpM"};
+inline constinit const Name IAs{"IAs"};
+inline constinit const Name error{"error"};
+inline constinit const Name str_inputs{"str_inputs"};
+inline constinit const Name ts_md5{"ts_md5"};
+inline constinit const Name units{"units"};
 
 // Exceptions, of `core` and built in.
 inline constinit const Name TessaraError{"TessaraError"};
@@ -90,19 +109,25 @@ inline constinit const Name LIST_FILE_NUMBER{"LIST_FILE_NUMBER"};
 // Names of the standard library and built-in functions.
 inline constinit const Name NamedTemporaryFile{"NamedTemporaryFile"};
 inline constinit const Name Path{"Path"};
+inline constinit const Name float_{"float"};
+inline constinit const Name localtime{"localtime"};
 inline constinit const Name namedtuple{"namedtuple"};
 inline constinit const Name open{"open"};
 inline constinit const Name print{"print"};
 inline constinit const Name range{"range"};
 inline constinit const Name str{"str"};
+inline constinit const Name sum{"sum"};
+inline constinit const Name super{"super"};
 inline constinit const Name time{"time"};
 
 // Attributes of objects of the standard library, and of Python itself.
 inline constinit const Name close{"close"};
+inline constinit const Name extend{"extend"};
 inline constinit const Name exists{"exists"};
 inline constinit const Name name{"name"};
 inline constinit const Name read{"read"};
 inline constinit const Name suffix{"suffix"};
+inline constinit const Name update{"update"};
 inline constinit const Name delete_{"delete"};
 inline constinit const Name dunder_enter{"__enter__"};
 inline constinit const Name dunder_exit{"__exit__"};
@@ -112,8 +137,14 @@ inline constinit const Name dunder_module{"__module__"};
 inline constinit const Name dunder_name{"__name__"};
 inline constinit const Name dunder_qualname{"__qualname__"};
 
-// Class attributes and methods of this module that methods reach through `cls`.
+// Classes of this module that methods reach by name.
+inline constinit const Name ThermochemicalSystem{"ThermochemicalSystem"};
+inline constinit const Name Units{"Units"};
+
+// Class attributes and methods of this module.
+inline constinit const Name current_file_md5{"current_file_md5"};
 inline constinit const Name current_file_path{"current_file_path"};
+inline constinit const Name result_type{"result_type"};
 inline constinit const Name t_start{"t_start"};
 inline constinit const Name t_end{"t_end"};
 inline constinit const Name dt{"dt"};
@@ -128,6 +159,14 @@ inline constinit const Name _end_calc{"_end_calc"};
 inline constinit const Name _list_to_file{"_list_to_file"};
 inline constinit const Name _list_back{"_list_back"};
 inline constinit const Name _calculate_eq{"_calculate_eq"};
+inline constinit const Name _get_result_scs{"_get_result_scs"};
+inline constinit const Name _get_result_phs{"_get_result_phs"};
+inline constinit const Name _get_result_ph_scs{"_get_result_ph_scs"};
+inline constinit const Name _get_result_ph_pcs{"_get_result_ph_pcs"};
+inline constinit const Name _get_result_IAs{"_get_result_IAs"};
+inline constinit const Name get{"get"};
+inline constinit const Name get_result_object{"get_result_object"};
+inline constinit const Name get_str_inputs{"get_str_inputs"};
 
 // Keys of the caches and of their entries. An entry's name stands under `name` above.
 inline constinit const Name count{"count"};

@@ -106,13 +106,6 @@ Ref mass_fraction(Borrowed mm_sc, Borrowed stoich, Borrowed mm_pc) {
     return checked(PyNumber_TrueDivide(product.get(), mm_pc.get()));
 }
 
-bool is_positive(Borrowed value) {
-    if (PyFloat_CheckExact(value.get())) {
-        return PyFloat_AS_DOUBLE(value.get()) > 0.0;
-    }
-    return compare(value, number(0.0), Py_GT);
-}
-
 /// Fills "stoich" and "y_scs" of a constituent, for each component under index and name.
 void fill_composition(const Ref& entry, const Ref& stoich_mm, Borrowed i_pc) {
     for (const Ref& i_sc : IndexRange(count_of_scs())) {
