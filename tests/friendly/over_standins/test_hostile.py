@@ -61,6 +61,13 @@ SCENES = {
     "component states": lambda f, dat: f.EquilibriumCalculation._get_result_scs(),
     "phase states": lambda f, dat: f.EquilibriumCalculation._get_result_phs(),
     "incoming amount states": lambda f, dat: f.EquilibriumCalculation._get_result_IAs(),
+    "target": lambda f, dat: f.EquilibriumCalculation.set_target_XT_sc_in_ph("O", "GAS", 0.5),
+    "search on amounts": lambda f, dat: f.EquilibriumCalculation.calculate_eq_IA(
+        [("GAS", "O2", 0.0, 1.0), ["LIQUID", 0, 1, 2]]
+    ),
+    "search on amounts and list": lambda f, dat: f.EquilibriumCalculation.calculate_eq_IA(
+        [("GAS", "O2", 0.0, 1.0), ["LIQUID", 0, 1, 2]], True
+    ),
     "condition": lambda f, dat: f.EquilibriumCalculation.set_IA_pc("GAS", "O2", 1.0),
 }
 

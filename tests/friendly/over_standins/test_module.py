@@ -122,15 +122,34 @@ METHODS = {
         set_IA_pc(cls, ph, pc, double value)
         set_eq_AC_pc(cls, ph, pc, double value)
         set_eq_MU_pc(cls, ph, pc, double value)
+        set_IA_cfs(cls, list cfs, list values)
         _get_result_IAs(cls)
         get_result_object(cls, result_type=EquilibriumCalculationResult, bool error=False)
     """,
     "EquilibriumCalculation": """
+        set_target_formation_of_ph(cls, ph)
+        set_target_precipitation_from_ph(cls, ph)
+        set_target_AC_pc(cls, ph, pc, double value)
+        set_target_XT_pc(cls, ph, pc, double value)
+        set_target_XT_sc_in_ph(cls, sc, ph, double value)
+        set_tg_formation_of_ph(cls, ph)
+        set_tg_precipitation_from_ph(cls, ph)
+        set_tg_AC_pc(cls, ph, pc, double value)
+        set_tg_XT_pc(cls, ph, pc, double value)
+        set_tg_XT_sc_in_ph(cls, sc, ph, double value)
         calculate_eq(cls, print_results=False, estimate=False, return_result=False, **kwargs)
         _calculate_eq(cls, variable, double guess, int print_results)
         calculate_eq_P(cls, P_guess, print_results=False)
         calculate_eq_V(cls, V_guess, print_results=False)
         calculate_eq_T(cls, T_guess, print_results=False)
+        calculate_eq_IA(cls, list IA_ranges, bool print_results=False)
+    """,
+    "PhaseMapCalculation": """
+        _calculate_ph_txs(cls, var_first, var_next, double val_min, double val_max, \
+bool print_results)
+        calculate_ph_txs_T(cls, double T_min, double T_max, bool print_results=False)
+        calculate_ph_txs_P(cls, double P_min, double P_max, bool print_results=False)
+        calculate_ph_txs_IA(cls, list IA_ranges, bool print_results=False)
     """,
 }
 DECLARATIONS = [

@@ -1,5 +1,7 @@
 """`get_result_object`: the library's state as one record, in two layers."""
 
+import gc
+import sys
 import time
 
 import pytest
@@ -493,3 +495,28 @@ def test_result_of_a_calculation_is_built_in_full(friendly, loaded, core, units)
     loaded.calls.clear()
     friendly.EquilibriumCalculation.get_result_object()
     assert calls[1:] == [call[0] for call in loaded.calls]
+
+
+def test_records_lose_no_reference(friendly, loaded, core, units):
+    """Nor do records that are lost to a failure, at each of the library's calls."""
+
+    def sweep():
+        for place in range(40, 60):
+            for error in (False, True):
+                loaded.calls.clear()
+                loaded.list_number = 6
+                loaded.fail_at = place
+                try:
+                    friendly.EquilibriumCalculation.get_result_object(error=error)
+                except core.TessaraError as failure:
+                    failure.__traceback__ = failure.__context__ = None
+        loaded.calls.clear()
+        gc.collect()
+
+    def growth(sweeps):
+        before = sys.getallocatedblocks()
+        for _ in range(sweeps):
+            sweep()
+        return sys.getallocatedblocks() - before
+
+    assert min(growth(15) for _ in range(4)) < 10

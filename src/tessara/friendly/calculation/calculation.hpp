@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include "friendly/class_definition.hpp"
 #include "friendly/library/binding.hpp"
 
@@ -19,17 +21,25 @@ std::vector<Method> result_state_methods();
 std::vector<Method> result_object_methods();
 
 // The methods of `AbsoluteEquilibriumCalculationBase`, but for those in the class's own file.
+std::vector<Method> chemical_formula_methods();
 std::vector<Method> incoming_amount_state_methods();
 std::vector<Method> absolute_result_object_methods();
 
 /// The class `AbsoluteEquilibriumCalculationBase`, for the methods of it that say `super()`.
 ClassCell& absolute_cell();
 
-/// The methods of `EquilibriumCalculation` that solve.
+// The methods of `EquilibriumCalculation`, by subject.
+std::vector<Method> target_methods();
 std::vector<Method> solving_methods();
+std::vector<Method> incoming_amount_search_methods();
 
 /// In an index place of the library: no phase, or no component and no constituent.
 inline constexpr long NoIndex = -1;
+
+// Indexes for the library, or a `TessaraPyError` in words for what doesn't exist.
+Ref existing_sc(Borrowed sc);
+Ref existing_ph(Borrowed ph);
+Ref existing_pc(Borrowed ph, Borrowed pc);
 
 /// `basic.hxgetr(ResultVariable.<variable>, places...)`
 template <class... Places>
@@ -77,5 +87,44 @@ Capture begin_capture(PyObject* cls);
 
 /// `cls._list_back(...)`: the text captured.
 Ref end_capture(PyObject* cls, const Capture& capture);
+
+/// `print(cls._list_back(...))`
+void print_capture(PyObject* cls, const Capture& capture);
+
+// Solving.
+
+/// The list of exactly two numbers that a solving operation takes.
+Ref value_pair(Borrowed first, Borrowed second);
+
+/// `basic.hxce(...)` or, where the results are to be printed, `basic.hxcel(...)` within a capture.
+template <class... Arguments>
+void solve(PyObject* cls, bool print_results, const Arguments&... arguments) {
+    if (print_results) {
+        const Capture capture = begin_capture(cls);
+        call_operation(names::hxcel, arguments...);
+        print_capture(cls, capture);
+    } else {
+        call_operation(names::hxce, arguments...);
+    }
+}
+
+/// One entry of the ranges between which a search moves incoming amounts, as the caller wrote it
+/// and as it goes to the library.
+struct IncomingRange {
+    Ref ph;
+    Ref pc;
+    Ref least;
+    Ref most;
+    Ref i_ph;
+    Ref i_pc;
+};
+
+/// `ph, pc, IA_min, IA_max = entry`, and the indexes of phase and constituent.
+IncomingRange read_range(Borrowed entry);
+
+/// Whether the entry at `i` of a list is the last, as the list is now.
+inline bool is_last(Py_ssize_t i, PyObject* list) {
+    return i >= PyList_GET_SIZE(list) - 1;
+}
 
 } // namespace tessara::friendly::calculation

@@ -1,3 +1,5 @@
+#include <iterator>
+
 #include "friendly/calculation/calculation.hpp"
 #include "friendly/library/index_range.hpp"
 #include "friendly/shapes.hpp"

@@ -9,20 +9,6 @@ namespace tessara::friendly::calculation {
 
 namespace {
 
-/// The list of exactly two numbers that a solving operation takes.
-Ref value_pair(double first, double second) {
-    Ref values = new_list();
-    append(values, number(first));
-    append(values, number(second));
-    return values;
-}
-
-/// `print(cls._list_back(...))`
-void print_capture(PyObject* cls, const Capture& capture) {
-    const Ref print = global(names::print);
-    call(print, end_capture(cls, capture));
-}
-
 /// `cls.get_result_object(**kwargs)`, outside the timed frame. What comes of it is not kept: nobody
 /// waits for it.
 void make_result_object(PyObject* cls, PyObject* kwargs) {
@@ -54,7 +40,7 @@ Ref calculate_eq(PyObject* cls, PyObject* print_results, PyObject* estimate,
                  PyObject* return_result, PyObject* kwargs) {
     const Member no_target{names::TargetVariable, names::NoTarget};
     call_method(cls, names::_start_calc);
-    const Ref values = value_pair(0.0, 0.0);
+    const Ref values = value_pair(number(0.0), number(0.0));
     if (is_true(print_results)) {
         const Capture capture = begin_capture(cls);
         const Name& solve = is_true(estimate) ? names::hxcenl : names::hxcel;
@@ -90,15 +76,8 @@ Raises:
 /// The core of the searches, without a frame of its own.
 Ref calculate_eq_for(PyObject* cls, PyObject* variable, double guess, int print_results) {
     require_exact_type(variable, names::TargetVariable);
-    if (print_results != 0) {
-        const Capture capture = begin_capture(cls);
-        call_operation(names::hxcel, variable, integer(NoIndex), integer(NoIndex),
-                       value_pair(guess, 0.0));
-        print_capture(cls, capture);
-    } else {
-        call_operation(names::hxce, variable, integer(NoIndex), integer(NoIndex),
-                       value_pair(guess, 0.0));
-    }
+    solve(cls, print_results != 0, variable, integer(NoIndex), integer(NoIndex),
+          value_pair(number(guess), number(0.0)));
     const Ref get_result = operation(names::hxgetr);
     const Ref results = global(names::ResultVariable);
     const Ref result = item(results, attribute(variable, names::name));
@@ -129,6 +108,13 @@ Raises:
 }
 
 } // namespace
+
+Ref value_pair(Borrowed first, Borrowed second) {
+    Ref values = new_list();
+    append(values, first);
+    append(values, second);
+    return values;
+}
 
 std::vector<Method> solving_methods() {
     return {

@@ -35,12 +35,19 @@ Ref global(const Name& name) {
     fail(PyExc_NameError, "name '%s' is not defined", name.text());
 }
 
-void require_exact_type(Borrowed variable, const Name& enumeration) {
+void require_exact_type(Borrowed value, const Name& enumeration, const char* parameter) {
     const Ref expected = global(enumeration);
-    if (reinterpret_cast<PyObject*>(Py_TYPE(variable.get())) != expected.get()) {
-        raise_formatted(names::TypeError, "Invalid variable type. ", enumeration.text(),
+    if (reinterpret_cast<PyObject*>(Py_TYPE(value.get())) != expected.get()) {
+        raise_formatted(names::TypeError, "Invalid ", parameter, " type. ", enumeration.text(),
                         " expected.");
     }
+}
+
+void warn_renamed(const std::string& old_name, const Name& new_name) {
+    const std::string message = std::string("This function is renamed to `") + new_name.text() +
+                                "`. `" + old_name + "` will be removed in a future version.";
+    call_method(global(names::warnings), names::warn, text(message.c_str()),
+                Global{names::DeprecationWarning});
 }
 
 } // namespace tessara::friendly

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <string>
 #include <tuple>
 
 #include "friendly/library/names.hpp"
@@ -80,7 +81,12 @@ inline void only(Handled& handled, const Name& type) {
     }
 }
 
-/// `if type(variable) is not <enumeration>: raise TypeError(...)`
-void require_exact_type(Borrowed variable, const Name& enumeration);
+/// `if type(value) is not <enumeration>: raise TypeError(...)`, where `parameter` is the value's
+/// name.
+void require_exact_type(Borrowed value, const Name& enumeration,
+                        const char* parameter = "variable");
+
+/// Warns that the method `old_name` has a new name.
+void warn_renamed(const std::string& old_name, const Name& new_name);
 
 } // namespace tessara::friendly
