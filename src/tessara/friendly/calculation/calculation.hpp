@@ -88,26 +88,6 @@ Capture begin_capture(PyObject* cls);
 /// `cls._list_back(...)`: the text captured.
 Ref end_capture(PyObject* cls, const Capture& capture);
 
-/// `print(cls._list_back(...))`
-void print_capture(PyObject* cls, const Capture& capture);
-
-// Solving.
-
-/// The list of exactly two numbers that a solving operation takes.
-Ref value_pair(Borrowed first, Borrowed second);
-
-/// `basic.hxce(...)` or, where the results are to be printed, `basic.hxcel(...)` within a capture.
-template <class... Arguments>
-void solve(PyObject* cls, bool print_results, const Arguments&... arguments) {
-    if (print_results) {
-        const Capture capture = begin_capture(cls);
-        call_operation(names::hxcel, arguments...);
-        print_capture(cls, capture);
-    } else {
-        call_operation(names::hxce, arguments...);
-    }
-}
-
 /// One entry of the ranges between which a search moves incoming amounts, as the caller wrote it
 /// and as it goes to the library.
 struct IncomingRange {

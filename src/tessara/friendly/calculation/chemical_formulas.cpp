@@ -27,10 +27,6 @@ Ref repeated(Borrowed value, Py_ssize_t count) {
     return checked(PySequence_Repeat(single.get(), count));
 }
 
-Ref product(Borrowed left, Borrowed right) {
-    return checked(PyNumber_Multiply(left.get(), right.get()));
-}
-
 /// `target += term`
 void add_to(Ref& target, Borrowed term) {
     target = checked(PyNumber_InPlaceAdd(target.get(), term.get()));

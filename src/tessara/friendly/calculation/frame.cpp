@@ -16,11 +16,6 @@ Ref end_capture(PyObject* cls, const Capture& capture) {
     return call_method(cls, names::_list_back, capture.file_name, capture.old_list_number);
 }
 
-void print_capture(PyObject* cls, const Capture& capture) {
-    const Ref print = global(names::print);
-    call(print, end_capture(cls, capture));
-}
-
 namespace {
 
 /// `time.time()`

@@ -1,4 +1,5 @@
 #include "friendly/calculation/calculation.hpp"
+#include "friendly/calculation/solving.hpp"
 #include "friendly/shapes.hpp"
 #include "friendly/system/caches.hpp"
 

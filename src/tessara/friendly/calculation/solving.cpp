@@ -1,3 +1,5 @@
+#include "friendly/calculation/solving.hpp"
+
 #include "friendly/calculation/calculation.hpp"
 #include "friendly/library/binding.hpp"
 #include "friendly/shapes.hpp"
@@ -6,6 +8,18 @@
 // leaves the frame open and, during a capture, the listings turned away.
 
 namespace tessara::friendly::calculation {
+
+void print_capture(PyObject* cls, const Capture& capture) {
+    const Ref print = global(names::print);
+    call(print, end_capture(cls, capture));
+}
+
+Ref value_pair(Borrowed first, Borrowed second) {
+    Ref values = new_list();
+    append(values, first);
+    append(values, second);
+    return values;
+}
 
 namespace {
 
@@ -18,8 +32,9 @@ void make_result_object(PyObject* cls, PyObject* kwargs) {
     checked(PyObject_Call(get_result_object.get(), no_arguments.get(), keywords.get()));
 }
 
-constexpr const char* calculate_eq_text =
-    R"(Calculates the equilibrium under the conditions in force.
+} // namespace
+
+const char* const calculate_eq_text = R"(Calculates the equilibrium under the conditions in force.
 
 The getters read the results.
 
@@ -57,6 +72,14 @@ Ref calculate_eq(PyObject* cls, PyObject* print_results, PyObject* estimate,
     return none();
 }
 
+void search_from_guess(PyObject* cls, PyObject* variable, double guess, bool print_results) {
+    require_exact_type(variable, names::TargetVariable);
+    solve(cls, print_results, variable, integer(NoIndex), integer(NoIndex),
+          value_pair(number(guess), number(0.0)));
+}
+
+namespace {
+
 constexpr const char* calculate_eq_for_text =
     R"(Searches the value of a variable at which the target is met.
 
@@ -75,9 +98,7 @@ Raises:
 
 /// The core of the searches, without a frame of its own.
 Ref calculate_eq_for(PyObject* cls, PyObject* variable, double guess, int print_results) {
-    require_exact_type(variable, names::TargetVariable);
-    solve(cls, print_results != 0, variable, integer(NoIndex), integer(NoIndex),
-          value_pair(number(guess), number(0.0)));
+    search_from_guess(cls, variable, guess, print_results != 0);
     const Ref get_result = operation(names::hxgetr);
     const Ref results = global(names::ResultVariable);
     const Ref result = item(results, attribute(variable, names::name));
@@ -108,13 +129,6 @@ Raises:
 }
 
 } // namespace
-
-Ref value_pair(Borrowed first, Borrowed second) {
-    Ref values = new_list();
-    append(values, first);
-    append(values, second);
-    return values;
-}
 
 std::vector<Method> solving_methods() {
     return {

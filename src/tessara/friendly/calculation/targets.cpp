@@ -1,7 +1,5 @@
-#include <string>
-#include <string_view>
-
 #include "friendly/calculation/calculation.hpp"
+#include "friendly/library/deprecation.hpp"
 #include "friendly/shapes.hpp"
 
 // What a search has to reach. A target is a condition of the library, whose number is not handed
@@ -47,34 +45,27 @@ Ref set_fraction_of_component(PyObject*, PyObject* sc, PyObject* ph, double valu
     return none();
 }
 
-// The old names: they warn and go on through `cls`.
-
-constexpr std::string_view new_prefix = "set_target_";
-constexpr const char* old_prefix = "set_tg_";
-
-std::string old_name(const Name& new_name) {
-    return old_prefix + std::string(std::string_view(new_name.text()).substr(new_prefix.size()));
-}
+// The former names: they warn and go on through `cls`.
 
 template <class... Arguments>
-Ref forward(const Name& new_name, PyObject* cls, const Arguments&... arguments) {
-    warn_renamed(old_name(new_name), new_name);
-    call_method(cls, new_name, arguments...);
+Ref forward(const Name& successor, PyObject* cls, const Arguments&... arguments) {
+    warn_of_former_name(successor);
+    call_method(cls, successor, arguments...);
     return none();
 }
 
-Ref forward_phase(const Name& new_name, PyObject* cls, PyObject* ph) {
-    return forward(new_name, cls, ph);
+Ref forward_phase(const Name& successor, PyObject* cls, PyObject* ph) {
+    return forward(successor, cls, ph);
 }
 
-Ref forward_constituent(const Name& new_name, PyObject* cls, PyObject* ph, PyObject* pc,
+Ref forward_constituent(const Name& successor, PyObject* cls, PyObject* ph, PyObject* pc,
                         double value) {
-    return forward(new_name, cls, ph, pc, number(value));
+    return forward(successor, cls, ph, pc, number(value));
 }
 
-Ref forward_component(const Name& new_name, PyObject* cls, PyObject* sc, PyObject* ph,
+Ref forward_component(const Name& successor, PyObject* cls, PyObject* sc, PyObject* ph,
                       double value) {
-    return forward(new_name, cls, sc, ph, number(value));
+    return forward(successor, cls, sc, ph, number(value));
 }
 
 constexpr const char* ph_text = "    ph: name or zero-based index of the phase.\n";
@@ -102,15 +93,10 @@ std::string constituent_description(const char* quantity) {
                        "phase, or no such constituent in it");
 }
 
-std::string alias_description(const Name& new_name) {
-    return std::string("FutureWarning: this is the old name of `") + new_name.text() +
-           "`, which does the same.\n\nIt warns with a `DeprecationWarning` at each call.";
-}
-
-/// A row for an old name. Names are literals that live as long as the process.
+/// A row for a former name.
 template <const auto& shape, auto function>
-Method alias(const char* name, const Name& new_name) {
-    return method<shape, function>(name, alias_description(new_name), &new_name);
+Method former(const char* name, const Name& successor) {
+    return method<shape, function>(name, former_name_description(successor), &successor);
 }
 
 } // namespace
@@ -131,16 +117,16 @@ std::vector<Method> target_methods() {
             description("a system component has a given mole fraction in a phase",
                         std::string(sc_text) + ph_text + value_text("mole fraction"),
                         "system component, or no such phase")),
-        alias<shapes::cls_ph, forward_phase>("set_tg_formation_of_ph",
-                                             names::set_target_formation_of_ph),
-        alias<shapes::cls_ph, forward_phase>("set_tg_precipitation_from_ph",
-                                             names::set_target_precipitation_from_ph),
-        alias<shapes::cls_ph_pc_value, forward_constituent>("set_tg_AC_pc",
-                                                            names::set_target_AC_pc),
-        alias<shapes::cls_ph_pc_value, forward_constituent>("set_tg_XT_pc",
-                                                            names::set_target_XT_pc),
-        alias<shapes::cls_sc_ph_value, forward_component>("set_tg_XT_sc_in_ph",
-                                                          names::set_target_XT_sc_in_ph),
+        former<shapes::cls_ph, forward_phase>("set_tg_formation_of_ph",
+                                              names::set_target_formation_of_ph),
+        former<shapes::cls_ph, forward_phase>("set_tg_precipitation_from_ph",
+                                              names::set_target_precipitation_from_ph),
+        former<shapes::cls_ph_pc_value, forward_constituent>("set_tg_AC_pc",
+                                                             names::set_target_AC_pc),
+        former<shapes::cls_ph_pc_value, forward_constituent>("set_tg_XT_pc",
+                                                             names::set_target_XT_pc),
+        former<shapes::cls_sc_ph_value, forward_component>("set_tg_XT_sc_in_ph",
+                                                           names::set_target_XT_sc_in_ph),
     };
 }
 

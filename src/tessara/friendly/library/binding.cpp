@@ -43,11 +43,4 @@ void require_exact_type(Borrowed value, const Name& enumeration, const char* par
     }
 }
 
-void warn_renamed(const std::string& old_name, const Name& new_name) {
-    const std::string message = std::string("This function is renamed to `") + new_name.text() +
-                                "`. `" + old_name + "` will be removed in a future version.";
-    call_method(global(names::warnings), names::warn, text(message.c_str()),
-                Global{names::DeprecationWarning});
-}
-
 } // namespace tessara::friendly

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <string>
 #include <tuple>
 
 #include "friendly/library/names.hpp"
@@ -85,8 +84,5 @@ inline void only(Handled& handled, const Name& type) {
 /// name.
 void require_exact_type(Borrowed value, const Name& enumeration,
                         const char* parameter = "variable");
-
-/// Warns that the method `old_name` has a new name.
-void warn_renamed(const std::string& old_name, const Name& new_name);
 
 } // namespace tessara::friendly

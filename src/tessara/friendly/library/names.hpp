@@ -100,12 +100,16 @@ inline constinit const Name SystemComponentIncomingAmountState{
 inline constinit const Name SystemComponentState{"SystemComponentState"};
 inline constinit const Name get_error_info_dict{"get_error_info_dict"};
 
-// Their fields, as far as no member or key has the same name.
+// Their fields and those of `IA_range`, as far as no member or key has the same name.
 inline constinit const Name Cp{"Cp"};
 inline constinit const Name CpM{"CpM"};
-inline constinit const Name IAs{"IAs"};
+inline constinit const Name end{"end"};
 inline constinit const Name error{"error"};
+inline constinit const Name IAs{"IAs"};
+inline constinit const Name pc{"pc"};
+inline constinit const Name ph{"ph"};
 inline constinit const Name scs_A{"scs_A"};
+inline constinit const Name start{"start"};
 inline constinit const Name str_inputs{"str_inputs"};
 inline constinit const Name ts_md5{"ts_md5"};
 inline constinit const Name units{"units"};
@@ -113,11 +117,11 @@ inline constinit const Name units{"units"};
 // Exceptions, of `core` and built in.
 inline constinit const Name TessaraError{"TessaraError"};
 inline constinit const Name TessaraPyError{"TessaraPyError"};
+inline constinit const Name DeprecationWarning{"DeprecationWarning"};
 inline constinit const Name FileExistsError{"FileExistsError"};
 inline constinit const Name KeyError{"KeyError"};
 inline constinit const Name TypeError{"TypeError"};
 inline constinit const Name ValueError{"ValueError"};
-inline constinit const Name DeprecationWarning{"DeprecationWarning"};
 inline constinit const Name ErrorStrings{"ErrorStrings"};
 inline constinit const Name ERROR_PHASE_TRANSITION_LIMIT_EXCEEDED{
     "ERROR_PHASE_TRANSITION_LIMIT_EXCEEDED"};
@@ -140,7 +144,6 @@ inline constinit const Name str{"str"};
 inline constinit const Name sum{"sum"};
 inline constinit const Name super{"super"};
 inline constinit const Name time{"time"};
-inline constinit const Name warn{"warn"};
 inline constinit const Name warnings{"warnings"};
 inline constinit const Name zip{"zip"};
 
@@ -156,6 +159,7 @@ inline constinit const Name name{"name"};
 inline constinit const Name read{"read"};
 inline constinit const Name suffix{"suffix"};
 inline constinit const Name update{"update"};
+inline constinit const Name warn{"warn"};
 inline constinit const Name delete_{"delete"};
 inline constinit const Name dunder_enter{"__enter__"};
 inline constinit const Name dunder_exit{"__exit__"};
@@ -203,12 +207,6 @@ inline constinit const Name set_target_precipitation_from_ph{"set_target_precipi
 inline constinit const Name set_target_AC_pc{"set_target_AC_pc"};
 inline constinit const Name set_target_XT_pc{"set_target_XT_pc"};
 inline constinit const Name set_target_XT_sc_in_ph{"set_target_XT_sc_in_ph"};
-
-// What a range of a phase map is read by. Its phase's name is `ph`, its constituent's `pc`.
-inline constinit const Name ph{"ph"};
-inline constinit const Name pc{"pc"};
-inline constinit const Name start{"start"};
-inline constinit const Name end{"end"};
 
 // Keys of the caches and of their entries. An entry's name stands under `name` above.
 inline constinit const Name count{"count"};

@@ -92,6 +92,10 @@ inline bool is_positive(Borrowed value) {
     return compare(value, number(0.0), Py_GT);
 }
 
+inline Ref product(Borrowed left, Borrowed right) {
+    return checked(PyNumber_Multiply(left.get(), right.get()));
+}
+
 inline Ref quotient(Borrowed dividend, Borrowed divisor) {
     return checked(PyNumber_TrueDivide(dividend.get(), divisor.get()));
 }
