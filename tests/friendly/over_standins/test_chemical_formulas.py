@@ -377,3 +377,37 @@ def test_formulae_lose_no_reference(friendly, loaded, core, unit, formulas, unit
         return sys.getallocatedblocks() - before
 
     assert min(growth(15) for _ in range(4)) < 10
+
+
+def test_library_may_load_from_within_a_condition(friendly, loaded, dat, unit, formulas):
+    """Names were taken before; each is looked up when its condition is set."""
+
+    def hxsetc(*arguments):
+        if len(loaded.scs) == 3:
+            loaded.scs = loaded.scs[:1]
+            for ph in loaded.phs:
+                for pc in ph.pcs:
+                    pc.stoich = [1.0]
+            friendly.ThermochemicalSystem.load(dat)
+        return 1
+
+    loaded.instead["hxsetc"] = hxsetc
+    with pytest.raises(friendly.TessaraPyError, match="System component 'O' does not exist"):
+        friendly.EquilibriumCalculation.set_IA_cfs(["FeO"], [1.0])
+    assert loaded.count("hxsetc") == 1
+
+
+def test_library_may_set_other_formulae_from_within(friendly, loaded, core, unit, formulas):
+    solver = friendly.EquilibriumCalculation
+    depth = []
+
+    def hxsetc(*arguments):
+        if not depth:
+            depth.append(1)
+            solver.set_IA_cfs(["CO"], [7.0])
+        return len(loaded.of("hxsetc"))
+
+    loaded.instead["hxsetc"] = hxsetc
+    assert len(solver.set_IA_cfs(["FeO"], [1.0])) == 3
+    values = [call[4] for call in loaded.of("hxsetc")]
+    assert values == [1.0, *[0.0, 7.0, 7.0], 1.0, 0.0]

@@ -250,3 +250,18 @@ def test_list_that_is_emptied_by_a_lookup_makes_its_entry_the_last(solver, loade
     ranges = [(Name(), "O2", 0, 1), RANGES[1]]
     assert solver.calculate_eq_IA(ranges) == []
     assert [call[1] for call in loaded.calls] == [core.TargetVariable.IA]
+
+
+def test_library_may_load_another_system_during_the_search(friendly, solver, loaded, dat):
+    """The amounts are looked up anew, in the system that there is then."""
+
+    def hxce(*arguments):
+        loaded.phs = loaded.phs[:1]
+        friendly.ThermochemicalSystem.load(dat)
+
+    loaded.instead["hxce"] = hxce
+    assert len(solver.calculate_eq_IA(RANGES[:1])) == 1
+    loaded.phs = []
+    friendly.ThermochemicalSystem.load(dat)
+    with pytest.raises(KeyError, match="GAS"):
+        solver.calculate_eq_IA(RANGES[:1])

@@ -579,3 +579,30 @@ def test_map_with_real_result_objects(friendly, maps, loaded, core, going_on, mo
     assert [type(point) for point in found] == [core.EquilibriumCalculationResult] * 3
     assert [point.T for point in found] == [300.0, 600.0, 900.0]
     assert not math.isnan(found[0].phs["GAS"].A)
+
+
+def test_library_may_start_another_map_from_within(maps, logged, loaded, core):
+    depth = []
+
+    def hxmap(variable, *places):
+        if not depth:
+            depth.append(1)
+            logged.calculate_ph_txs_IA([])
+        return False
+
+    loaded.instead["hxmap"] = hxmap
+    found = logged._calculate_ph_txs(core.PhaseMapVariable.TF, core.PhaseMapVariable.TN, 1, 2, 0)
+    assert found == [2, 3]
+    assert [call[1].name for call in loaded.of("hxmap")] == ["TF", "IAN", "TN"]
+
+
+def test_library_may_load_another_system_between_two_ranges(friendly, maps, logged, loaded, dat):
+    def hxmap(variable, *places):
+        loaded.phs = loaded.phs[:1]
+        friendly.ThermochemicalSystem.load(dat)
+
+    loaded.instead["hxmap"] = hxmap
+    with pytest.raises(KeyError) as failure:
+        logged.calculate_ph_txs_IA(ranges(maps))
+    assert failure.value.args == (1,)
+    assert loaded.count("hxmap") == 1

@@ -643,3 +643,15 @@ def test_components_load_another_system_meanwhile(friendly, base, loaded, dat, c
     loaded.before = before
     with pytest.raises(KeyError):
         base._get_result_scs()
+
+
+def test_library_may_delete_a_phase_while_it_is_read(friendly, base, loaded, dat, records, answers):
+    def hxgspc(i_ph, i_pc):
+        loaded.phs = loaded.phs[:1]
+        friendly.ThermochemicalSystem.load(dat)
+
+    loaded.instead["hxgspc"] = hxgspc
+    answers[("A", 1, -1)] = 1.0
+    with pytest.raises(KeyError) as failure:
+        base._get_result_ph_pcs(1, 1.0)
+    assert failure.value.args == (1,)
