@@ -8,17 +8,6 @@ namespace tessara::friendly {
 
 namespace {
 
-double to_double(PyObject* object) {
-    if (PyFloat_CheckExact(object)) {
-        return PyFloat_AS_DOUBLE(object);
-    }
-    const double value = PyFloat_AsDouble(object);
-    if (value == -1.0) {
-        throw_if_set();
-    }
-    return value;
-}
-
 /// The `int` that `object` is or makes of itself by `__int__`. `PyNumber_Long` would take
 /// `__index__` too, and would read the digits of a string.
 Ref to_python_int(PyObject* object) {

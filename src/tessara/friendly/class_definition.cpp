@@ -1,5 +1,8 @@
 #include "friendly/class_definition.hpp"
 
+#include <algorithm>
+#include <iterator>
+
 #include "friendly/function.hpp"
 #include "friendly/library/binding.hpp"
 
@@ -21,6 +24,15 @@ Ref bases_of(PyObject* module, const ClassDefinition& definition) {
 
 } // namespace
 
+void ClassDefinition::add(std::vector<Method> more) {
+    std::move(more.begin(), more.end(), std::back_inserter(methods));
+}
+
+Ref ClassCell::super_of(Borrowed cls) const {
+    const Ref super = global(names::super);
+    return call(super, Ref::borrow(class_.get()), cls);
+}
+
 void define_class(PyObject* module, const ClassDefinition& definition) {
     const Ref bases = bases_of(module, definition);
     const Ref name = text(definition.name);
@@ -38,6 +50,9 @@ void define_class(PyObject* module, const ClassDefinition& definition) {
                  class_method(definition.name, method));
     }
     const Ref created = call(reinterpret_cast<PyObject*>(&PyType_Type), name, bases, body);
+    if (definition.cell != nullptr) {
+        definition.cell->fill(created);
+    }
     checked(PyObject_SetAttr(module, name.get(), created.get()));
 }
 

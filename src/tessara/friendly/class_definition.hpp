@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "friendly/method.hpp"
+#include "friendly/python/objects.hpp"
 
 namespace tessara::friendly {
 
@@ -12,6 +13,18 @@ struct Attribute {
     Ref (*make)();
 };
 
+/// The class that a body belongs to, for its methods that say `super()`. Filled when it is made.
+class ClassCell {
+public:
+    void fill(Borrowed made) { class_ = Ref::borrow(made.get()); }
+
+    /// `super()` in a class method that was called through `cls`.
+    Ref super_of(Borrowed cls) const;
+
+private:
+    Ref class_;
+};
+
 /// The body of a class: attributes first, methods after them, both in order.
 struct ClassDefinition {
     const char* name;
@@ -19,6 +32,10 @@ struct ClassDefinition {
     const char* documentation; ///< null for none
     std::vector<Attribute> attributes;
     std::vector<Method> methods;
+    ClassCell* cell = nullptr; ///< filled with the class, where a method says `super()`
+
+    /// Puts more methods behind those that there are.
+    void add(std::vector<Method> more);
 };
 
 /// Runs a class body: makes the class and binds it under its name in `module`.

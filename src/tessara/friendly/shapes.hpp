@@ -1,5 +1,6 @@
 #pragma once
 
+#include "friendly/library/binding.hpp"
 #include "friendly/method.hpp"
 #include "friendly/python/objects.hpp"
 
@@ -29,6 +30,9 @@ inline constexpr Shape<4> cls_variable_ph_value{
 inline constexpr Shape<5> cls_variable_ph_pc_any_value{
     {{{"cls"}, {"variable"}, {"ph"}, {"pc"}, {"value"}}}};
 
+inline constexpr Shape<4> cls_sc_ph_value{{{{"cls"}, {"sc"}, {"ph"}, {"value", Type::Double}}}};
+inline constexpr Shape<3> cls_cfs_values{{{{"cls"}, {"cfs", Type::List}, {"values", Type::List}}}};
+
 inline constexpr Shape<2> cls_number{{{{"cls"}, {"number", Type::Int}}}};
 inline constexpr Shape<3> cls_file_name_old_list_number{
     {{{"cls"}, {"file_name"}, {"old_list_number"}}}};
@@ -47,6 +51,32 @@ inline constexpr Shape<3> cls_V_guess_print{
     {{{"cls"}, {"V_guess"}, {"print_results", Type::Object, &False}}}};
 inline constexpr Shape<3> cls_T_guess_print{
     {{{"cls"}, {"T_guess"}, {"print_results", Type::Object, &False}}}};
+
+inline constexpr Shape<3> cls_IA_ranges_print{
+    {{{"cls"}, {"IA_ranges", Type::List}, {"print_results", Type::Bool, &False}}}};
+inline constexpr Shape<4> cls_T_min_T_max_print{{{{"cls"},
+                                                  {"T_min", Type::Double},
+                                                  {"T_max", Type::Double},
+                                                  {"print_results", Type::Bool, &False}}}};
+inline constexpr Shape<4> cls_P_min_P_max_print{{{{"cls"},
+                                                  {"P_min", Type::Double},
+                                                  {"P_max", Type::Double},
+                                                  {"print_results", Type::Bool, &False}}}};
+inline constexpr Shape<6> cls_var_first_var_next_val_min_val_max_print{
+    {{{"cls"},
+      {"var_first"},
+      {"var_next"},
+      {"val_min", Type::Double},
+      {"val_max", Type::Double},
+      {"print_results", Type::Bool}}}};
+
+inline constexpr Default EquilibriumCalculationResult{
+    "EquilibriumCalculationResult", [] { return global(names::EquilibriumCalculationResult); }};
+inline constexpr Shape<3> cls_result_type_error{
+    {{{"cls"},
+      {"result_type", Type::Object, &EquilibriumCalculationResult},
+      {"error", Type::Bool, &False}}}};
+inline constexpr Shape<3> cls_i_ph_A_ph{{{{"cls"}, {"i_ph", Type::Int}, {"A_ph", Type::Double}}}};
 
 inline constexpr Shape<2> stoich_scs{{{{"stoich"}, {"scs", Type::Object, &None}}}};
 

@@ -12,6 +12,15 @@ LOOKUPS = [
     ("EquilibriumCalculation", "set_IA_pc", ("GAS", "CO", 1.0)),
     ("EquilibriumCalculation", "set_eq_AC_pc", ("GAS", "CO", 1.0)),
     ("EquilibriumCalculation", "set_eq_MU_pc", ("GAS", "CO", 1.0)),
+    ("EquilibriumCalculation", "set_target_formation_of_ph", ("GAS",)),
+    ("EquilibriumCalculation", "set_target_precipitation_from_ph", ("GAS",)),
+    ("EquilibriumCalculation", "set_target_AC_pc", ("GAS", "CO", 1.0)),
+    ("EquilibriumCalculation", "set_target_XT_pc", ("GAS", "CO", 1.0)),
+    ("EquilibriumCalculation", "set_target_XT_sc_in_ph", ("Fe", "GAS", 1.0)),
+    ("EquilibriumCalculation", "calculate_eq_IA", ([("GAS", "CO", 0.0, 1.0)],)),
+    ("EquilibriumCalculation", "_get_result_scs", ()),
+    ("EquilibriumCalculation", "_get_result_ph_scs", (0, 1.0)),
+    ("EquilibriumCalculation", "_get_result_IAs", ()),
     ("EquilibriumCalculation", "get_eq_A_sc", ("Fe",)),
     ("EquilibriumCalculation", "get_eq_A_scs", ()),
     ("EquilibriumCalculation", "get_eq_A_sc_in_ph", ("GAS", "Fe")),
@@ -31,6 +40,43 @@ def test_a_lookup_fails_with_the_type_error_of_none(friendly, library, owner, na
     assert str(failure.value) == "'NoneType' object is not subscriptable"
     assert failure.value.__context__ is None
     assert library.calls == []
+
+
+@pytest.mark.parametrize(
+    ("name", "arguments", "asked"),
+    [("_get_result_phs", (), ()), ("_get_result_ph_pcs", (0, 1.0), (0, -1))],
+)
+def test_amount_is_asked_before_the_lookup(friendly, library, core, name, arguments, asked):
+    with pytest.raises(TypeError, match="'NoneType' object is not subscriptable"):
+        getattr(friendly.EquilibriumCalculation, name)(*arguments)
+    assert library.calls == [("hxgetr", core.ResultVariable.A, *asked)]
+
+
+def test_map_over_amounts_fails_likewise(friendly, library):
+    maps = friendly.PhaseMapCalculation
+    with pytest.raises(TypeError, match="'NoneType' object is not subscriptable"):
+        maps.calculate_ph_txs_IA([maps.IA_range("GAS", "CO", 0.0, 1.0)])
+    assert library.calls == []
+    assert (maps.t_end, maps.dt) == (None, None)
+
+
+def test_record_of_a_failure_needs_no_system_in_the_layer_of_all(friendly, library, monkeypatch):
+    monkeypatch.setattr(friendly.Units, "get", classmethod(lambda cls: {}), raising=False)
+    result = friendly.EquilibriumCalculationBase.get_result_object(error=True)
+    assert (result.scs, result.phs) == ({}, {})
+    assert library.of("hxgetr") == []
+    with pytest.raises(TypeError, match="'NoneType' object is not subscriptable"):
+        friendly.EquilibriumCalculation.get_result_object(error=True)
+
+
+def test_result_before_a_load_has_asked_for_the_values_of_the_system(
+    friendly, library, core, monkeypatch
+):
+    monkeypatch.setattr(friendly.Units, "get", classmethod(lambda cls: {}), raising=False)
+    with pytest.raises(TypeError, match="'NoneType' object is not subscriptable"):
+        friendly.EquilibriumCalculation.get_result_object()
+    members = ["P", "T", "A", "CPM", "HM", "SM", "GM", "VM"]
+    assert library.calls == [("hxgetr", core.ResultVariable[member]) for member in members]
 
 
 def test_module_functions_fail_likewise(friendly):

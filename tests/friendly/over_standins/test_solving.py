@@ -1,6 +1,7 @@
 """`calculate_eq` and the searches on pressure, volume and temperature."""
 
 import builtins
+import weakref
 
 import pytest
 
@@ -59,8 +60,8 @@ def solving(core, name):
         ({}, "hxce"),
         ({"estimate": True}, "hxcen"),
         ({"estimate": "", "print_results": 0}, "hxce"),
-        ({"return_result": True}, "hxce"),
-        ({"return_result": True, "error": True, "result_type": int}, "hxce"),
+        ({"return_result": 0}, "hxce"),
+        ({"return_result": "", "error": True, "result_type": int}, "hxce"),
     ],
 )
 def test_calculation_without_listing(logged, library, core, keywords, operation):
@@ -138,6 +139,90 @@ def test_truth_is_asked_where_it_is_needed(logged, library, printed):
 def test_unknown_keyword_is_ignored(solver, library):
     assert solver.calculate_eq(nonsense=1) is None
     assert library.count("hxce") == 1
+
+
+# The result object that `calculate_eq` makes and drops.
+
+
+@pytest.fixture
+def making(logged, library):
+    """A class that tells when a result object is asked for, and with which keywords."""
+
+    class Making(logged):
+        answer = "dropped"
+
+        @classmethod
+        def get_result_object(cls, *arguments, **keywords):
+            library.calls.append(("get_result_object", cls, arguments, keywords))
+            return cls.answer
+
+    return Making
+
+
+@pytest.mark.parametrize("return_result", [True, "yes", [0]])
+@pytest.mark.parametrize(
+    "keywords", [{}, {"error": 1}, {"result_type": int, "error": None}, {"nonsense": ()}]
+)
+def test_result_object_is_made_after_the_frame_and_dropped(
+    making, library, core, return_result, keywords
+):
+    assert making.calculate_eq(return_result=return_result, **keywords) is None
+    assert library.calls == [
+        ("_start_calc",),
+        solving(core, "hxce"),
+        ("_end_calc",),
+        ("get_result_object", making, (), keywords),
+    ]
+
+
+def test_result_object_is_released_at_once(making):
+    class Thing:
+        pass
+
+    thing = Thing()
+    reference = weakref.ref(thing)
+    making.get_result_object = classmethod(lambda cls: things.pop())
+    things = [thing]
+    del thing
+    making.calculate_eq(return_result=True)
+    assert reference() is None
+
+
+def test_truth_of_return_result_is_asked_behind_the_frame(making, library):
+    class Truth:
+        def __bool__(self):
+            library.calls.append(("return_result",))
+            return False
+
+    making.calculate_eq(return_result=Truth())
+    assert [call[0] for call in library.calls] == [
+        *["_start_calc", "hxce", "_end_calc", "return_result"]
+    ]
+
+
+def test_failure_of_the_result_object_comes_after_the_calculation(making, library):
+    def fail(cls, **keywords):
+        raise LookupError("no result")
+
+    making.get_result_object = classmethod(fail)
+    with pytest.raises(LookupError, match="no result"):
+        making.calculate_eq(return_result=True)
+    assert [call[0] for call in library.calls] == ["_start_calc", "hxce", "_end_calc"]
+
+
+def test_unknown_keyword_is_refused_after_the_calculation(solver, library):
+    text = r"get_result_object\(\) got an unexpected keyword argument 'nonsense'"
+    with pytest.raises(TypeError, match=text):
+        solver.calculate_eq(return_result=True, nonsense=1)
+    assert [call[0] for call in library.calls] == ["hxce"]
+    assert solver.dt is not None
+
+
+def test_no_result_object_after_a_failed_calculation(making, library, core):
+    library.fail_at = 2
+    with pytest.raises(core.TessaraError):
+        making.calculate_eq(return_result=True)
+    assert library.count("get_result_object") == 0
 
 
 def test_frame_is_closed_after_the_calculation(solver):

@@ -80,7 +80,11 @@ class SystemComponentConfig(_Record):
 
 
 class EquilibriumCalculationResult(_Record):
-    pass
+    def __init__(self, *args: object, **kwargs: object) -> None:
+        super().__init__(*args, **kwargs)
+        self.scs: dict[str, object] = {}
+        self.phs: dict[str, object] = {}
+        self.IAs: list[object] = []
 
 
 class StreamCalculationResult(_Record):
@@ -104,7 +108,11 @@ class StreamState(_Record):
 
 
 class PhaseState(_Record):
-    pass
+    def __init__(self, *args: object, **kwargs: object) -> None:
+        super().__init__(*args, **kwargs)
+        self.name = args[1]
+        self.scs: dict[str, object] = {}
+        self.pcs: dict[str, object] = {}
 
 
 class PhaseConstituentState(_Record):

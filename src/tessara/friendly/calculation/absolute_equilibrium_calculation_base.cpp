@@ -1,6 +1,5 @@
 #include "friendly/calculation/calculation.hpp"
 #include "friendly/shapes.hpp"
-#include "friendly/system/caches.hpp"
 
 // What goes into an absolute calculation: conditions on system components and phase constituents.
 // Unlike the other conditions they turn an unknown name into words.
@@ -16,18 +15,6 @@ Base functionality of absolute equilibrium calculations, such as `EquilibriumCal
 `PhaseMapCalculation`. `StreamCalculation` is not one of them: it is relative, as its streams provide
 the initial conditions against which it reckons changes of extensive variables. All methods are class
 methods.)";
-
-/// An index, or the words for a name that isn't there: `lookup()` under `except KeyError`.
-template <class Lookup, class... Pieces>
-Ref existing(Lookup lookup, const Pieces&... pieces) {
-    try {
-        return lookup();
-    } catch (const PythonError&) {
-        Handled error;
-        only(error, names::KeyError);
-        raise_formatted(names::TessaraPyError, pieces..., "' does not exist.");
-    }
-}
 
 constexpr const char* set_eq_condition_sc_text = R"(Sets a condition on a system component.
 
@@ -46,7 +33,7 @@ Raises:
 
 Ref set_eq_condition_sc(PyObject*, PyObject* variable, PyObject* sc, double value) {
     require_exact_type(variable, names::ConditionVariable);
-    const Ref i_sc = existing([sc] { return index_of_sc(sc); }, "System component '", sc);
+    const Ref i_sc = existing_sc(sc);
     return call_operation(names::hxsetc, variable, integer(NoIndex), i_sc, number(value));
 }
 
@@ -69,9 +56,8 @@ Raises:
 Ref set_eq_condition_pc(PyObject*, PyObject* variable, PyObject* ph, PyObject* pc,
                         PyObject* value) {
     require_exact_type(variable, names::ConditionVariable);
-    const Ref i_ph = existing([ph] { return index_of_ph(ph); }, "Phase '", ph);
-    const Ref i_pc = existing([ph, pc] { return index_of_pc(ph, pc); }, "Phase constituent '", pc,
-                              "' of phase '", ph);
+    const Ref i_ph = existing_ph(ph);
+    const Ref i_pc = existing_pc(ph, pc);
     return call_operation(names::hxsetc, variable, i_ph, i_pc, value);
 }
 
@@ -126,7 +112,7 @@ constexpr const char* potential_unit = "energy unit in force, per mole";
 } // namespace
 
 ClassDefinition absolute_equilibrium_calculation_base() {
-    return {
+    ClassDefinition definition{
         "AbsoluteEquilibriumCalculationBase",
         "EquilibriumCalculationBase",
         documentation,
@@ -149,7 +135,12 @@ ClassDefinition absolute_equilibrium_calculation_base() {
                 "set_eq_MU_pc",
                 constituent_description("equilibrium chemical potential", potential_unit),
                 &names::MU),
-        }};
+        },
+        &absolute_cell()};
+    definition.add(chemical_formula_methods());
+    definition.add(incoming_amount_state_methods());
+    definition.add(absolute_result_object_methods());
+    return definition;
 }
 
 } // namespace tessara::friendly::calculation

@@ -3,15 +3,18 @@
 namespace tessara::friendly::calculation {
 
 ClassDefinition equilibrium_calculation() {
-    return {"EquilibriumCalculation",
-            "AbsoluteEquilibriumCalculationBase",
-            R"(Static class: normal equilibrium calculations.
+    ClassDefinition definition{"EquilibriumCalculation",
+                               "AbsoluteEquilibriumCalculationBase",
+                               R"(Static class: normal equilibrium calculations.
 
 Equilibria without streams and without phase maps, under given conditions or in search of the
-pressure, volume or temperature at which a target is met. All methods are class methods, and the class
-need not be instantiated.)",
-            {},
-            solving_methods()};
+pressure, volume, temperature or incoming amounts at which a target is met. All methods are class
+methods, and the class need not be instantiated.)",
+                               {},
+                               target_methods()};
+    definition.add(solving_methods());
+    definition.add(incoming_amount_search_methods());
+    return definition;
 }
 
 } // namespace tessara::friendly::calculation

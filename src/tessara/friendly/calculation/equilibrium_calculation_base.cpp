@@ -1,7 +1,5 @@
 #include "friendly/calculation/calculation.hpp"
 
-#include <iterator>
-
 #include "friendly/library/binding.hpp"
 
 namespace tessara::friendly::calculation {
@@ -27,8 +25,9 @@ ClassDefinition equilibrium_calculation_base() {
          {"t_end", none},
          {"dt", none}},
         {}};
-    for (std::vector<Method> methods : {condition_methods(), frame_methods(), result_methods()}) {
-        std::move(methods.begin(), methods.end(), std::back_inserter(definition.methods));
+    for (const auto& methods : {condition_methods, frame_methods, result_methods,
+                                result_state_methods, result_object_methods}) {
+        definition.add(methods());
     }
     return definition;
 }

@@ -54,9 +54,7 @@ Ref end_calc(PyObject* cls) {
 /// The file outlives its handle: the library opens it by name.
 Ref make_temporary_file() {
     const Ref make = global(names::NamedTemporaryFile);
-    const Ref keywords = tuple_of(names::delete_);
-    PyObject* const values[] = {Py_False};
-    return checked(PyObject_Vectorcall(make.get(), values, 0, keywords.get()));
+    return call_with_keywords(make, Keyword{names::delete_, Py_False});
 }
 
 constexpr const char* list_to_file_text = R"(Turns the library's listings to a temporary file.

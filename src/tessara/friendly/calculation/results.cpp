@@ -13,11 +13,6 @@ namespace tessara::friendly::calculation {
 
 namespace {
 
-/// `basic.hxgetr(ResultVariable.<variable>, i_ph, i_c)`
-Ref result_of(const Name& variable, Borrowed i_ph, Borrowed i_c) {
-    return call_operation(names::hxgetr, Member{names::ResultVariable, variable}, i_ph, i_c);
-}
-
 Ref of_system(const Name& variable, PyObject*) {
     return result_of(variable, integer(NoIndex), integer(NoIndex));
 }

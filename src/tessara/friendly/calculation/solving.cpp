@@ -1,3 +1,5 @@
+#include "friendly/calculation/solving.hpp"
+
 #include "friendly/calculation/calculation.hpp"
 #include "friendly/library/binding.hpp"
 #include "friendly/shapes.hpp"
@@ -7,24 +9,32 @@
 
 namespace tessara::friendly::calculation {
 
-namespace {
-
-/// The list of exactly two numbers that a solving operation takes.
-Ref value_pair(double first, double second) {
-    Ref values = new_list();
-    append(values, number(first));
-    append(values, number(second));
-    return values;
-}
-
-/// `print(cls._list_back(...))`
 void print_capture(PyObject* cls, const Capture& capture) {
     const Ref print = global(names::print);
     call(print, end_capture(cls, capture));
 }
 
-constexpr const char* calculate_eq_text =
-    R"(Calculates the equilibrium under the conditions in force.
+Ref value_pair(Borrowed first, Borrowed second) {
+    Ref values = new_list();
+    append(values, first);
+    append(values, second);
+    return values;
+}
+
+namespace {
+
+/// `cls.get_result_object(**kwargs)`, outside the timed frame. What comes of it is not kept: nobody
+/// waits for it.
+void make_result_object(PyObject* cls, PyObject* kwargs) {
+    const Ref get_result_object = attribute(cls, names::get_result_object);
+    const Ref keywords = checked(PyDict_Copy(kwargs));
+    const Ref no_arguments = tuple_of();
+    checked(PyObject_Call(get_result_object.get(), no_arguments.get(), keywords.get()));
+}
+
+} // namespace
+
+const char* const calculate_eq_text = R"(Calculates the equilibrium under the conditions in force.
 
 The getters read the results.
 
@@ -41,10 +51,11 @@ Raises:
     TessaraError: the library can't calculate. `t_end` and `dt` are `None` then, and with
         `print_results` the library's listings stay turned away.)";
 
-Ref calculate_eq(PyObject* cls, PyObject* print_results, PyObject* estimate, PyObject*, PyObject*) {
+Ref calculate_eq(PyObject* cls, PyObject* print_results, PyObject* estimate,
+                 PyObject* return_result, PyObject* kwargs) {
     const Member no_target{names::TargetVariable, names::NoTarget};
     call_method(cls, names::_start_calc);
-    const Ref values = value_pair(0.0, 0.0);
+    const Ref values = value_pair(number(0.0), number(0.0));
     if (is_true(print_results)) {
         const Capture capture = begin_capture(cls);
         const Name& solve = is_true(estimate) ? names::hxcenl : names::hxcel;
@@ -55,9 +66,19 @@ Ref calculate_eq(PyObject* cls, PyObject* print_results, PyObject* estimate, PyO
         call_operation(solve, no_target, integer(NoIndex), integer(NoIndex), values);
     }
     call_method(cls, names::_end_calc);
-    // Under `return_result` the result object is made here, outside the timed frame.
+    if (is_true(return_result)) {
+        make_result_object(cls, kwargs);
+    }
     return none();
 }
+
+void search_from_guess(PyObject* cls, PyObject* variable, double guess, bool print_results) {
+    require_exact_type(variable, names::TargetVariable);
+    solve(cls, print_results, variable, integer(NoIndex), integer(NoIndex),
+          value_pair(number(guess), number(0.0)));
+}
+
+namespace {
 
 constexpr const char* calculate_eq_for_text =
     R"(Searches the value of a variable at which the target is met.
@@ -77,16 +98,7 @@ Raises:
 
 /// The core of the searches, without a frame of its own.
 Ref calculate_eq_for(PyObject* cls, PyObject* variable, double guess, int print_results) {
-    require_exact_type(variable, names::TargetVariable);
-    if (print_results != 0) {
-        const Capture capture = begin_capture(cls);
-        call_operation(names::hxcel, variable, integer(NoIndex), integer(NoIndex),
-                       value_pair(guess, 0.0));
-        print_capture(cls, capture);
-    } else {
-        call_operation(names::hxce, variable, integer(NoIndex), integer(NoIndex),
-                       value_pair(guess, 0.0));
-    }
+    search_from_guess(cls, variable, guess, print_results != 0);
     const Ref get_result = operation(names::hxgetr);
     const Ref results = global(names::ResultVariable);
     const Ref result = item(results, attribute(variable, names::name));

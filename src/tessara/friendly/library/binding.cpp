@@ -35,10 +35,10 @@ Ref global(const Name& name) {
     fail(PyExc_NameError, "name '%s' is not defined", name.text());
 }
 
-void require_exact_type(Borrowed variable, const Name& enumeration) {
+void require_exact_type(Borrowed value, const Name& enumeration, const char* parameter) {
     const Ref expected = global(enumeration);
-    if (reinterpret_cast<PyObject*>(Py_TYPE(variable.get())) != expected.get()) {
-        raise_formatted(names::TypeError, "Invalid variable type. ", enumeration.text(),
+    if (reinterpret_cast<PyObject*>(Py_TYPE(value.get())) != expected.get()) {
+        raise_formatted(names::TypeError, "Invalid ", parameter, " type. ", enumeration.text(),
                         " expected.");
     }
 }

@@ -80,7 +80,9 @@ inline void only(Handled& handled, const Name& type) {
     }
 }
 
-/// `if type(variable) is not <enumeration>: raise TypeError(...)`
-void require_exact_type(Borrowed variable, const Name& enumeration);
+/// `if type(value) is not <enumeration>: raise TypeError(...)`, where `parameter` is the value's
+/// name.
+void require_exact_type(Borrowed value, const Name& enumeration,
+                        const char* parameter = "variable");
 
 } // namespace tessara::friendly

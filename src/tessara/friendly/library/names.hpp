@@ -28,6 +28,8 @@ inline constinit const Name hxmodl{"hxmodl"};
 inline constinit const Name hxnopc{"hxnopc"};
 inline constinit const Name hxgnpc{"hxgnpc"};
 inline constinit const Name hxstpc{"hxstpc"};
+inline constinit const Name hxgsp{"hxgsp"};
+inline constinit const Name hxgspc{"hxgspc"};
 inline constinit const Name hxsetc{"hxsetc"};
 inline constinit const Name hxremc{"hxremc"};
 inline constinit const Name hxgetr{"hxgetr"};
@@ -35,6 +37,8 @@ inline constinit const Name hxce{"hxce"};
 inline constinit const Name hxcel{"hxcel"};
 inline constinit const Name hxcen{"hxcen"};
 inline constinit const Name hxcenl{"hxcenl"};
+inline constinit const Name hxmap{"hxmap"};
+inline constinit const Name hxmapl{"hxmapl"};
 
 // Enumerations of `core`.
 inline constinit const Name IoOption{"IoOption"};
@@ -42,6 +46,7 @@ inline constinit const Name Quantity{"Quantity"};
 inline constinit const Name AmountUnit{"AmountUnit"};
 inline constinit const Name ConditionVariable{"ConditionVariable"};
 inline constinit const Name TargetVariable{"TargetVariable"};
+inline constinit const Name PhaseMapVariable{"PhaseMapVariable"};
 inline constinit const Name ResultVariable{"ResultVariable"};
 
 // Their members; one name serves every enumeration that has it.
@@ -49,6 +54,7 @@ inline constinit const Name ERROR{"ERROR"};
 inline constinit const Name LIST{"LIST"};
 inline constinit const Name Amount{"Amount"};
 inline constinit const Name gram{"gram"};
+inline constinit const Name mol{"mol"};
 inline constinit const Name NoTarget{"NoTarget"};
 inline constinit const Name P{"P"};
 inline constinit const Name VT{"VT"};
@@ -56,10 +62,19 @@ inline constinit const Name T{"T"};
 inline constinit const Name A{"A"};
 inline constinit const Name AP{"AP"};
 inline constinit const Name IA{"IA"};
+inline constinit const Name IA0{"IA0"};
+inline constinit const Name IAF{"IAF"};
+inline constinit const Name IAN{"IAN"};
+inline constinit const Name PF{"PF"};
+inline constinit const Name PN{"PN"};
+inline constinit const Name TF{"TF"};
+inline constinit const Name TN{"TN"};
 inline constinit const Name AC{"AC"};
+inline constinit const Name AT{"AT"};
 inline constinit const Name MU{"MU"};
 inline constinit const Name X{"X"};
 inline constinit const Name XP{"XP"};
+inline constinit const Name XT{"XT"};
 inline constinit const Name CP{"CP"};
 inline constinit const Name H{"H"};
 inline constinit const Name S{"S"};
@@ -71,17 +86,45 @@ inline constinit const Name SM{"SM"};
 inline constinit const Name GM{"GM"};
 inline constinit const Name VM{"VM"};
 
-// Records of `core`.
+// Records and functions of `core`.
+inline constinit const Name ChemicalFormulaIncomingAmountState{
+    "ChemicalFormulaIncomingAmountState"};
 inline constinit const Name EquilibriumCalculationResult{"EquilibriumCalculationResult"};
+inline constinit const Name PhaseConstituentIncomingAmountState{
+    "PhaseConstituentIncomingAmountState"};
+inline constinit const Name PhaseConstituentState{"PhaseConstituentState"};
+inline constinit const Name PhaseState{"PhaseState"};
 inline constinit const Name StreamCalculationResult{"StreamCalculationResult"};
+inline constinit const Name SystemComponentIncomingAmountState{
+    "SystemComponentIncomingAmountState"};
+inline constinit const Name SystemComponentState{"SystemComponentState"};
+inline constinit const Name get_error_info_dict{"get_error_info_dict"};
+
+// Their fields and those of `IA_range`, as far as no member or key has the same name.
+inline constinit const Name Cp{"Cp"};
+inline constinit const Name CpM{"CpM"};
+inline constinit const Name end{"end"};
+inline constinit const Name error{"error"};
+inline constinit const Name IAs{"IAs"};
+inline constinit const Name pc{"pc"};
+inline constinit const Name ph{"ph"};
+inline constinit const Name scs_A{"scs_A"};
+inline constinit const Name start{"start"};
+inline constinit const Name str_inputs{"str_inputs"};
+inline constinit const Name ts_md5{"ts_md5"};
+inline constinit const Name units{"units"};
 
 // Exceptions, of `core` and built in.
 inline constinit const Name TessaraError{"TessaraError"};
 inline constinit const Name TessaraPyError{"TessaraPyError"};
+inline constinit const Name DeprecationWarning{"DeprecationWarning"};
 inline constinit const Name FileExistsError{"FileExistsError"};
 inline constinit const Name KeyError{"KeyError"};
 inline constinit const Name TypeError{"TypeError"};
 inline constinit const Name ValueError{"ValueError"};
+inline constinit const Name ErrorStrings{"ErrorStrings"};
+inline constinit const Name ERROR_PHASE_TRANSITION_LIMIT_EXCEEDED{
+    "ERROR_PHASE_TRANSITION_LIMIT_EXCEEDED"};
 
 // This module's constants.
 inline constinit const Name LIST_STDOUT_NUMBER{"LIST_STDOUT_NUMBER"};
@@ -90,19 +133,33 @@ inline constinit const Name LIST_FILE_NUMBER{"LIST_FILE_NUMBER"};
 // Names of the standard library and built-in functions.
 inline constinit const Name NamedTemporaryFile{"NamedTemporaryFile"};
 inline constinit const Name Path{"Path"};
+inline constinit const Name dict{"dict"};
+inline constinit const Name float_{"float"};
+inline constinit const Name localtime{"localtime"};
 inline constinit const Name namedtuple{"namedtuple"};
 inline constinit const Name open{"open"};
 inline constinit const Name print{"print"};
 inline constinit const Name range{"range"};
 inline constinit const Name str{"str"};
+inline constinit const Name sum{"sum"};
+inline constinit const Name super{"super"};
 inline constinit const Name time{"time"};
+inline constinit const Name warnings{"warnings"};
+inline constinit const Name zip{"zip"};
 
 // Attributes of objects of the standard library, and of Python itself.
 inline constinit const Name close{"close"};
+inline constinit const Name extend{"extend"};
+inline constinit const Name fromkeys{"fromkeys"};
+inline constinit const Name items{"items"};
+inline constinit const Name key{"key"};
+inline constinit const Name sort{"sort"};
 inline constinit const Name exists{"exists"};
 inline constinit const Name name{"name"};
 inline constinit const Name read{"read"};
 inline constinit const Name suffix{"suffix"};
+inline constinit const Name update{"update"};
+inline constinit const Name warn{"warn"};
 inline constinit const Name delete_{"delete"};
 inline constinit const Name dunder_enter{"__enter__"};
 inline constinit const Name dunder_exit{"__exit__"};
@@ -112,8 +169,14 @@ inline constinit const Name dunder_module{"__module__"};
 inline constinit const Name dunder_name{"__name__"};
 inline constinit const Name dunder_qualname{"__qualname__"};
 
-// Class attributes and methods of this module that methods reach through `cls`.
+// Classes of this module that methods reach by name.
+inline constinit const Name ThermochemicalSystem{"ThermochemicalSystem"};
+inline constinit const Name Units{"Units"};
+
+// Class attributes and methods of this module.
+inline constinit const Name current_file_md5{"current_file_md5"};
 inline constinit const Name current_file_path{"current_file_path"};
+inline constinit const Name result_type{"result_type"};
 inline constinit const Name t_start{"t_start"};
 inline constinit const Name t_end{"t_end"};
 inline constinit const Name dt{"dt"};
@@ -128,6 +191,22 @@ inline constinit const Name _end_calc{"_end_calc"};
 inline constinit const Name _list_to_file{"_list_to_file"};
 inline constinit const Name _list_back{"_list_back"};
 inline constinit const Name _calculate_eq{"_calculate_eq"};
+inline constinit const Name _calculate_ph_txs{"_calculate_ph_txs"};
+inline constinit const Name _get_result_scs{"_get_result_scs"};
+inline constinit const Name _get_result_phs{"_get_result_phs"};
+inline constinit const Name _get_result_ph_scs{"_get_result_ph_scs"};
+inline constinit const Name _get_result_ph_pcs{"_get_result_ph_pcs"};
+inline constinit const Name _get_result_IAs{"_get_result_IAs"};
+inline constinit const Name get{"get"};
+inline constinit const Name get_A_unit{"get_A_unit"};
+inline constinit const Name get_name_scs{"get_name_scs"};
+inline constinit const Name get_result_object{"get_result_object"};
+inline constinit const Name get_str_inputs{"get_str_inputs"};
+inline constinit const Name set_target_formation_of_ph{"set_target_formation_of_ph"};
+inline constinit const Name set_target_precipitation_from_ph{"set_target_precipitation_from_ph"};
+inline constinit const Name set_target_AC_pc{"set_target_AC_pc"};
+inline constinit const Name set_target_XT_pc{"set_target_XT_pc"};
+inline constinit const Name set_target_XT_sc_in_ph{"set_target_XT_sc_in_ph"};
 
 // Keys of the caches and of their entries. An entry's name stands under `name` above.
 inline constinit const Name count{"count"};

@@ -2,6 +2,17 @@
 
 namespace tessara::friendly {
 
+double to_double(Borrowed object) {
+    if (PyFloat_CheckExact(object.get())) {
+        return PyFloat_AS_DOUBLE(object.get());
+    }
+    const double value = PyFloat_AsDouble(object.get());
+    if (value == -1.0) {
+        throw_if_set();
+    }
+    return value;
+}
+
 void unpack_into(Borrowed iterable, Ref* targets, Py_ssize_t count) {
     const Ref iterator = checked(PyObject_GetIter(iterable.get()));
     for (Py_ssize_t i = 0; i < count; ++i) {

@@ -84,6 +84,22 @@ inline bool compare(Borrowed left, Borrowed right, int operation) {
     return is_true(checked(PyObject_RichCompare(left.get(), right.get(), operation)));
 }
 
+/// `value > 0.0`, which no nan is.
+inline bool is_positive(Borrowed value) {
+    if (PyFloat_CheckExact(value.get())) {
+        return PyFloat_AS_DOUBLE(value.get()) > 0.0;
+    }
+    return compare(value, number(0.0), Py_GT);
+}
+
+inline Ref product(Borrowed left, Borrowed right) {
+    return checked(PyNumber_Multiply(left.get(), right.get()));
+}
+
+inline Ref quotient(Borrowed dividend, Borrowed divisor) {
+    return checked(PyNumber_TrueDivide(dividend.get(), divisor.get()));
+}
+
 /// `next(iterator)`; empty at the end.
 inline Ref next_item(Borrowed iterator) {
     Ref value = Ref::steal(PyIter_Next(iterator.get()));
@@ -107,10 +123,26 @@ Ref call(Borrowed callable, const Arguments&... arguments) {
                                        nullptr));
 }
 
+/// What `float(object)` converts a number to, without the reading of strings.
+double to_double(Borrowed object);
+
 template <class... Items>
 Ref tuple_of(const Items&... items) {
     return checked(
         PyTuple_Pack(static_cast<Py_ssize_t>(sizeof...(items)), Borrowed(items).get()...));
+}
+
+struct Keyword {
+    const Name& name;
+    Borrowed value;
+};
+
+/// `callable(name=value, ...)`
+template <class... Keywords>
+Ref call_with_keywords(Borrowed callable, const Keywords&... keywords) {
+    const Ref names = tuple_of(keywords.name...);
+    const std::array<PyObject*, sizeof...(keywords)> values{keywords.value.get()...};
+    return checked(PyObject_Vectorcall(callable.get(), values.data(), 0, names.get()));
 }
 
 /// Throws the `ValueError` or `TypeError` of an assignment to several targets that doesn't fit;

@@ -102,15 +102,7 @@ Ref mass_fraction(Borrowed mm_sc, Borrowed stoich, Borrowed mm_pc) {
         return number(PyFloat_AS_DOUBLE(mm_sc.get()) * PyFloat_AS_DOUBLE(stoich.get()) /
                       PyFloat_AS_DOUBLE(mm_pc.get()));
     }
-    const Ref product = checked(PyNumber_Multiply(mm_sc.get(), stoich.get()));
-    return checked(PyNumber_TrueDivide(product.get(), mm_pc.get()));
-}
-
-bool is_positive(Borrowed value) {
-    if (PyFloat_CheckExact(value.get())) {
-        return PyFloat_AS_DOUBLE(value.get()) > 0.0;
-    }
-    return compare(value, number(0.0), Py_GT);
+    return quotient(product(mm_sc, stoich), mm_pc);
 }
 
 /// Fills "stoich" and "y_scs" of a constituent, for each component under index and name.

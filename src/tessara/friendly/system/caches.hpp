@@ -35,12 +35,15 @@ inline Ref current(const Ref& variable) {
     return Ref::borrow(variable.get());
 }
 
-/// `_sc_cache[sc]` and `_ph_cache[ph]`
+/// `_sc_cache[sc]`, `_ph_cache[ph]` and `_ph_cache[ph]["pcs"][pc]`
 inline Ref sc_entry(Borrowed sc) {
     return item(current(caches().sc), sc);
 }
 inline Ref ph_entry(Borrowed ph) {
     return item(current(caches().ph), ph);
+}
+inline Ref pc_entry(Borrowed ph, Borrowed pc) {
+    return item(item(ph_entry(ph), names::pcs), pc);
 }
 
 /// The index that goes to the library: proof that there is such an item, too.
@@ -51,7 +54,7 @@ inline Ref index_of_ph(Borrowed ph) {
     return item(ph_entry(ph), names::index);
 }
 inline Ref index_of_pc(Borrowed ph, Borrowed pc) {
-    return item(item(item(ph_entry(ph), names::pcs), pc), names::index);
+    return item(pc_entry(ph, pc), names::index);
 }
 
 inline Ref count_of_scs() {
