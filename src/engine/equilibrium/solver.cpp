@@ -98,6 +98,7 @@ bool Solver::drop_traces() {
         bool kept;
     };
     std::vector<Holder> holders;
+    holders.reserve(assemblage_.pure.size() + assemblage_.mixture_count);
     for (const PureSet& set : assemblage_.pure) {
         holders.push_back({set.amount, set.block, false});
     }
