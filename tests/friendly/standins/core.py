@@ -88,7 +88,11 @@ class EquilibriumCalculationResult(_Record):
 
 
 class StreamCalculationResult(_Record):
-    pass
+    def __init__(self, *args: object, **kwargs: object) -> None:
+        super().__init__(*args, **kwargs)
+        self.scs: dict[str, object] = {}
+        self.phs: dict[str, object] = {}
+        self.streams: dict[str, object] = {}
 
 
 class PhaseConstituentIncomingAmountState(_Record):

@@ -49,8 +49,8 @@ Raises:
 constexpr const char* get_result_object_text = R"(Makes a record of the library's present results.
 
 Parameters:
-    stream_extensive_properties: whether heat capacity, enthalpy, entropy, Gibbs energy and volume of
-        the streams are read, and kept in the states of the streams.
+    stream_extensive_properties: whether heat capacity, enthalpy, entropy, Gibbs energy and volume
+        of the streams are read, and kept in the states of the streams.
     error: whether the calculation failed. The record then holds what the library says of the
         failure, and no numbers.
 
@@ -105,8 +105,8 @@ Ref get_result_object(PyObject* cls, bool stream_extensive_properties, bool erro
 constexpr const char* stream_reaction_result_text =
     R"(Lets streams react to equilibrium at a temperature and a pressure.
 
-All conditions set before are removed; the two set here stay in force, and so do the streams. Streams
-set before take part too, unless one of the same name takes their place: see `remove_sts`.
+All conditions set before are removed; the two set here stay in force, and so do the streams.
+Streams set before take part too, unless one of the same name takes their place: see `remove_sts`.
 
 Parameters:
     streams: iterable of streams, such as `StreamState` out of `streams` of a result object. They
