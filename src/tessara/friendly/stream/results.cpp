@@ -61,6 +61,7 @@ Returns:
     is done to a stream later shows in the record.
 
 Raises:
+    TypeError: no data file is loaded.
     TessaraError: the library has no such results, or no longer knows one of the streams.)";
 
 void assign_values(const Ref& result) {
@@ -119,6 +120,7 @@ Returns:
 
 Raises:
     AttributeError: a stream lacks a field.
+    TypeError: `T` or `P` is no number, or no data file is loaded.
     KeyError: the loaded system lacks a phase or constituent of a stream.
     TessaraError: the library can't calculate, or refuses a condition or a stream.)";
 
