@@ -189,7 +189,7 @@ def test_streams_react_as_their_amounts_do(bench, streaming):
 
     bench.solve(INPUTS, 1100.0)
     for name, phase in result.phs.items():
-        assert phase.A == pytest.approx(bench.ph("A", name), rel=1e-10, abs=1e-300)
+        assert pytest.approx(bench.ph("A", name), rel=1e-10, abs=1e-300) == phase.A
     for field in EXTENSIVE:
         absolute = getattr(EquilibriumCalculation, f"get_eq_{field}")()
         assert getattr(result, field) == pytest.approx(absolute, rel=1e-10)
@@ -211,7 +211,7 @@ def test_library_and_dict_stay_in_step(streaming, bench):
             for (i_ph, i_pc), value in amounts.items()
         }
         assert {(A_pc.ph, A_pc.pc): A_pc.A for A_pc in state.A_pcs} == places
-        assert state.A == math.fsum(amounts.values())
+        assert math.fsum(amounts.values()) == state.A
     StreamCalculation.remove_st("ore")
     assert list(streaming) == list(StreamCalculation.streams) == ["gas"]
     StreamCalculation.remove_sts()

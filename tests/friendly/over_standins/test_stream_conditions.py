@@ -312,7 +312,9 @@ def test_index_of_the_phase_is_taken_as_that_of_the_constituent(ore, streams, lo
     assert contents(ore) == [("GAS", "CO", 1.0)]
 
 
-def test_constituents_four_and_up_of_phase_three(ore, streams, loaded, dat, friendly):
+def test_phase_three_without_a_constituent_means_its_constituent_three(
+    ore, streams, loaded, dat, friendly
+):
     """Index 3 and the empty string: the constituent 3 of the phase 3."""
     constituent = loaded.phs[0].pcs[0]
     pcs = [type(constituent)(f"pc{i}", constituent.stoich, constituent.mm) for i in range(4)]
