@@ -137,7 +137,7 @@ void run_import_sequence(PyObject* module) {
          {information::info, information::units, thermochemical_system,
           calculation::equilibrium_calculation_base,
           calculation::absolute_equilibrium_calculation_base, calculation::equilibrium_calculation,
-          calculation::phase_map_calculation, stream_calculation}) {
+          calculation::phase_map_calculation, stream::stream_calculation}) {
         define_class(module, definition());
     }
 }

@@ -78,6 +78,25 @@ inline constexpr Shape<3> cls_result_type_error{
       {"error", Type::Bool, &False}}}};
 inline constexpr Shape<3> cls_i_ph_A_ph{{{{"cls"}, {"i_ph", Type::Int}, {"A_ph", Type::Double}}}};
 
+inline constexpr Default keep_amounts{"-1.0", [] { return number(-1.0); }};
+inline constexpr Default usual_T{"800.0", [] { return number(800.0); }};
+inline constexpr Default usual_P{"1.0", [] { return number(1.0); }};
+
+inline constexpr Shape<2> cls_str_st{{{{"cls"}, {"st", Type::Str}}}};
+inline constexpr Shape<2> cls_str_name{{{{"cls"}, {"name", Type::Str}}}};
+inline constexpr Shape<4> cls_str_name_T_P{
+    {{{"cls"}, {"name", Type::Str}, {"T", Type::Double}, {"P", Type::Double}}}};
+inline constexpr Shape<4> cls_stream_name_A{
+    {{{"cls"}, {"stream"}, {"name", Type::Object, &None}, {"A", Type::Double, &keep_amounts}}}};
+inline constexpr Shape<5> cls_name_ph_pc_value{
+    {{{"cls"}, {"name"}, {"ph"}, {"pc"}, {"value", Type::Double}}}};
+inline constexpr Shape<3> cls_properties_error{
+    {{{"cls"},
+      {"stream_extensive_properties", Type::Bool, &False},
+      {"error", Type::Bool, &False}}}};
+inline constexpr Shape<4> cls_streams_T_P{
+    {{{"cls"}, {"streams"}, {"T", Type::Object, &usual_T}, {"P", Type::Object, &usual_P}}}};
+
 inline constexpr Shape<2> stoich_scs{{{{"stoich"}, {"scs", Type::Object, &None}}}};
 
 } // namespace tessara::friendly::shapes

@@ -99,6 +99,37 @@ def library(tmp_path: Path) -> Iterator[Any]:
                 setattr(cls, name, value)
     vars(tessara.friendly).clear()
     vars(tessara.friendly).update(globals_before)
+    tessara.friendly.StreamCalculation.streams.clear()
+
+
+@pytest.fixture
+def streams(friendly: ModuleType) -> Any:
+    return friendly.StreamCalculation
+
+
+@pytest.fixture
+def units(friendly: ModuleType, library: Any, monkeypatch: pytest.MonkeyPatch) -> dict[str, str]:
+    """What `Units.get` answers. It stands among the library's calls, and fails as they do."""
+    answer = {"Amount": "mol"}
+
+    class Units:
+        @classmethod
+        def get(cls) -> dict[str, str]:
+            library.calls.append(("Units.get",))
+            if library.fail_at == len(library.calls):
+                raise library.error
+            return answer
+
+    monkeypatch.setattr(friendly, "Units", Units)
+    return answer
+
+
+@pytest.fixture
+def ore(loaded: Any, streams: Any, units: dict[str, str]) -> Any:
+    """The state of a stream "ore" without matter, with the calls that made it forgotten."""
+    streams.create_st("ore", 300.0, 1.0)
+    loaded.calls.clear()
+    return streams.streams["ore"]
 
 
 @pytest.fixture

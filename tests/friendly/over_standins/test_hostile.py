@@ -7,6 +7,7 @@ import contextlib
 import gc
 import random
 import sys
+import types
 import weakref
 
 import pytest
@@ -46,6 +47,41 @@ def all_callables(friendly):
     return found
 
 
+RANGES = [("GAS", "CO", 0.0, 1.0), ("LIQUID", 1, 0.0, 1.0)]
+
+
+class Record:
+    """A result of the class below `StreamCalculation`."""
+
+    A = CpM = HM = SM = GM = VM = 1.5
+
+    def __init__(self):
+        self.streams = {}
+
+
+def fill_stream(friendly):
+    streams = friendly.StreamCalculation
+    streams.streams["ore"] = types.SimpleNamespace(A_pcs=[])
+    streams.set_IA_pc("ore", "GAS", "CO", 1.0)
+    streams.set_IA_pc("ore", "Fe2O3", "-", 1.0)
+
+
+def refill_stream(friendly):
+    amount = friendly.PhaseConstituentIncomingAmountState("GAS", "CO2", 1.0)
+    friendly.StreamCalculation.streams["ore"] = types.SimpleNamespace(A_pcs=[amount])
+    friendly.StreamCalculation.set_IA_pc("ore", "GAS", "CO2", 2.0)
+
+
+def stream_result(friendly):
+    class Base(friendly.EquilibriumCalculationBase):
+        get_result_object = classmethod(lambda cls, result_type, error: Record())
+
+    class Mine(friendly.StreamCalculation, Base):
+        streams = {"ore": types.SimpleNamespace(name="ore")}  # noqa: RUF012
+
+    Mine.get_result_object(True)
+
+
 # The n-th call of the library fails, for every n.
 
 SCENES = {
@@ -69,6 +105,16 @@ SCENES = {
         [("GAS", "O2", 0.0, 1.0), ["LIQUID", 0, 1, 2]], True
     ),
     "condition": lambda f, dat: f.EquilibriumCalculation.set_IA_pc("GAS", "O2", 1.0),
+    "stream condition": lambda f, dat: f.StreamCalculation.set_eq_A_ph("GAS", 1.0),
+    "stream amounts": lambda f, dat: fill_stream(f),
+    "stream amount again": lambda f, dat: refill_stream(f),
+    "remove streams": lambda f, dat: f.StreamCalculation.remove_sts(),
+    "stream target": lambda f, dat: f.StreamCalculation.set_target_formation_of_ph("GAS"),
+    "stream core": lambda f, dat: f.StreamCalculation._calculate_eq(f.TargetVariable.T, 1.0, 1),
+    "stream search": lambda f, dat: f.StreamCalculation.calculate_eq_T(1.0, True),
+    "stream ranges": lambda f, dat: f.StreamCalculation.calculate_eq_IA(RANGES),
+    "stream ranges and list": lambda f, dat: f.StreamCalculation.calculate_eq_IA(RANGES, True),
+    "stream result": lambda f, dat: stream_result(f),
 }
 
 

@@ -133,7 +133,9 @@ class Library:
         return self.condition
 
     def hxgetr(self, variable: Any, i_ph: int = -1, i_c: int = -1) -> float:
-        """A number that tells the three arguments."""
+        """A number that tells the three arguments. Targets are asked for like their namesakes."""
+        if isinstance(variable, core.TargetVariable):
+            variable = core.ResultVariable[variable.name]
         place = list(core.ResultVariable).index(variable) + 1
         return place + (i_ph + 1) / 16 + (i_c + 1) / 256
 

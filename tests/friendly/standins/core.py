@@ -88,11 +88,21 @@ class EquilibriumCalculationResult(_Record):
 
 
 class StreamCalculationResult(_Record):
-    pass
+    def __init__(self, *args: object, **kwargs: object) -> None:
+        super().__init__(*args, **kwargs)
+        self.scs: dict[str, object] = {}
+        self.phs: dict[str, object] = {}
+        self.streams: dict[str, object] = {}
 
 
 class PhaseConstituentIncomingAmountState(_Record):
-    pass
+    def __init__(self, ph: str, pc: str, A: float) -> None:
+        super().__init__(ph, pc, A)
+        self.ph, self.pc, self._A = ph, pc, A
+
+    @property
+    def A(self) -> float:
+        return self._A
 
 
 class ChemicalFormulaIncomingAmountState(_Record):
@@ -104,7 +114,14 @@ class SystemComponentIncomingAmountState(_Record):
 
 
 class StreamState(_Record):
-    pass
+    def __init__(self, name: str, T: float, P: float, units: object) -> None:
+        super().__init__(name, T, P, units)
+        self.name, self.T, self.P, self.units = name, T, P, units
+        self.A_pcs: list[PhaseConstituentIncomingAmountState] = []
+
+    @property
+    def A(self) -> float:
+        return sum((pc.A for pc in self.A_pcs), 0.0)
 
 
 class PhaseState(_Record):

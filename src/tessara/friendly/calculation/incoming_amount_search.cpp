@@ -16,19 +16,18 @@ IncomingRange read_range(Borrowed entry) {
             std::move(most), std::move(i_ph), std::move(i_pc)};
 }
 
-namespace {
-
-/// Hands the ranges over. Only the search itself is listed.
-void search(PyObject* cls, PyObject* IA_ranges, bool print_results) {
+void search_in_ranges(PyObject* cls, PyObject* IA_ranges, bool print_others, bool print_last) {
     const Ref entries = checked(PyObject_GetIter(IA_ranges));
     for (Py_ssize_t i = 0; const Ref entry = next_item(entries); ++i) {
         const IncomingRange range = read_range(entry);
         const Ref interval = value_pair(range.least, range.most);
         const bool last = is_last(i, IA_ranges);
         const Member target{names::TargetVariable, last ? names::IA : names::IA0};
-        solve(cls, last && print_results, target, range.i_ph, range.i_pc, interval);
+        solve(cls, last ? print_last : print_others, target, range.i_ph, range.i_pc, interval);
     }
 }
+
+namespace {
 
 /// What was found, each entry's phase and constituent as the caller wrote them.
 Ref amounts_found(PyObject* IA_ranges) {
@@ -66,7 +65,7 @@ Raises:
 
 Ref calculate_eq_IA(PyObject* cls, PyObject* IA_ranges, bool print_results) {
     call_method(cls, names::_start_calc);
-    search(cls, IA_ranges, print_results);
+    search_in_ranges(cls, IA_ranges, false, print_results); // only the search itself is listed
     Ref result = amounts_found(IA_ranges);
     call_method(cls, names::_end_calc);
     return result;

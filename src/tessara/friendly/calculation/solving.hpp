@@ -33,4 +33,8 @@ extern const char* const calculate_eq_text;
 /// that is no `TargetVariable` before anything is called.
 void search_from_guess(PyObject* cls, PyObject* variable, double guess, bool print_results);
 
+/// Hands the ranges of a search on incoming amounts over, one by one; the last one starts it.
+/// Whether they are listed and printed is told for the last one and for those before it.
+void search_in_ranges(PyObject* cls, PyObject* IA_ranges, bool print_others, bool print_last);
+
 } // namespace tessara::friendly::calculation

@@ -39,6 +39,11 @@ inline constinit const Name hxcen{"hxcen"};
 inline constinit const Name hxcenl{"hxcenl"};
 inline constinit const Name hxmap{"hxmap"};
 inline constinit const Name hxmapl{"hxmapl"};
+inline constinit const Name hxsttp{"hxsttp"};
+inline constinit const Name hxstrm{"hxstrm"};
+inline constinit const Name hxstca{"hxstca"};
+inline constinit const Name hxstec{"hxstec"};
+inline constinit const Name hxstxp{"hxstxp"};
 
 // Enumerations of `core`.
 inline constinit const Name IoOption{"IoOption"};
@@ -48,6 +53,7 @@ inline constinit const Name ConditionVariable{"ConditionVariable"};
 inline constinit const Name TargetVariable{"TargetVariable"};
 inline constinit const Name PhaseMapVariable{"PhaseMapVariable"};
 inline constinit const Name ResultVariable{"ResultVariable"};
+inline constinit const Name StreamVariable{"StreamVariable"};
 
 // Their members; one name serves every enumeration that has it.
 inline constinit const Name ERROR{"ERROR"};
@@ -95,14 +101,22 @@ inline constinit const Name PhaseConstituentIncomingAmountState{
 inline constinit const Name PhaseConstituentState{"PhaseConstituentState"};
 inline constinit const Name PhaseState{"PhaseState"};
 inline constinit const Name StreamCalculationResult{"StreamCalculationResult"};
+inline constinit const Name StreamState{"StreamState"};
 inline constinit const Name SystemComponentIncomingAmountState{
     "SystemComponentIncomingAmountState"};
 inline constinit const Name SystemComponentState{"SystemComponentState"};
 inline constinit const Name get_error_info_dict{"get_error_info_dict"};
 
 // Their fields and those of `IA_range`, as far as no member or key has the same name.
+inline constinit const Name private_A{"_A"};
+inline constinit const Name A_pcs{"A_pcs"};
 inline constinit const Name Cp{"Cp"};
 inline constinit const Name CpM{"CpM"};
+inline constinit const Name dCp{"dCp"};
+inline constinit const Name dG{"dG"};
+inline constinit const Name dH{"dH"};
+inline constinit const Name dS{"dS"};
+inline constinit const Name dV{"dV"};
 inline constinit const Name end{"end"};
 inline constinit const Name error{"error"};
 inline constinit const Name IAs{"IAs"};
@@ -148,6 +162,8 @@ inline constinit const Name warnings{"warnings"};
 inline constinit const Name zip{"zip"};
 
 // Attributes of objects of the standard library, and of Python itself.
+inline constinit const Name append{"append"};
+inline constinit const Name clear{"clear"};
 inline constinit const Name close{"close"};
 inline constinit const Name extend{"extend"};
 inline constinit const Name fromkeys{"fromkeys"};
@@ -159,6 +175,7 @@ inline constinit const Name name{"name"};
 inline constinit const Name read{"read"};
 inline constinit const Name suffix{"suffix"};
 inline constinit const Name update{"update"};
+inline constinit const Name values{"values"};
 inline constinit const Name warn{"warn"};
 inline constinit const Name delete_{"delete"};
 inline constinit const Name dunder_enter{"__enter__"};
@@ -170,6 +187,7 @@ inline constinit const Name dunder_name{"__name__"};
 inline constinit const Name dunder_qualname{"__qualname__"};
 
 // Classes of this module that methods reach by name.
+inline constinit const Name EquilibriumCalculation{"EquilibriumCalculation"};
 inline constinit const Name ThermochemicalSystem{"ThermochemicalSystem"};
 inline constinit const Name Units{"Units"};
 
@@ -180,6 +198,7 @@ inline constinit const Name result_type{"result_type"};
 inline constinit const Name t_start{"t_start"};
 inline constinit const Name t_end{"t_end"};
 inline constinit const Name dt{"dt"};
+inline constinit const Name streams{"streams"};
 inline constinit const Name _update{"_update"};
 inline constinit const Name _build_cache{"_build_cache"};
 inline constinit const Name _set_eq_condition_sys{"_set_eq_condition_sys"};
@@ -207,6 +226,19 @@ inline constinit const Name set_target_precipitation_from_ph{"set_target_precipi
 inline constinit const Name set_target_AC_pc{"set_target_AC_pc"};
 inline constinit const Name set_target_XT_pc{"set_target_XT_pc"};
 inline constinit const Name set_target_XT_sc_in_ph{"set_target_XT_sc_in_ph"};
+inline constinit const Name _set_target_ph{"_set_target_ph"};
+inline constinit const Name calculate_eq{"calculate_eq"};
+inline constinit const Name create_st{"create_st"};
+inline constinit const Name get_st_Cp{"get_st_Cp"};
+inline constinit const Name get_st_G{"get_st_G"};
+inline constinit const Name get_st_H{"get_st_H"};
+inline constinit const Name get_st_S{"get_st_S"};
+inline constinit const Name get_st_V{"get_st_V"};
+inline constinit const Name remove_eq_conditions_all{"remove_eq_conditions_all"};
+inline constinit const Name set_eq_P{"set_eq_P"};
+inline constinit const Name set_eq_T{"set_eq_T"};
+inline constinit const Name set_IA_pc{"set_IA_pc"};
+inline constinit const Name set_st{"set_st"};
 
 // Keys of the caches and of their entries. An entry's name stands under `name` above.
 inline constinit const Name count{"count"};

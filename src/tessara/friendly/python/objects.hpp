@@ -24,6 +24,9 @@ private:
 inline Ref none() {
     return Ref::borrow(Py_None);
 }
+inline Ref boolean(bool value) {
+    return Ref::borrow(value ? Py_True : Py_False);
+}
 inline Ref number(double value) {
     return checked(PyFloat_FromDouble(value));
 }
@@ -68,6 +71,11 @@ Ref module_or_class_attribute(Borrowed object, const Name& name);
 
 inline void set_item(Borrowed container, Borrowed key, Borrowed value) {
     checked(PyObject_SetItem(container.get(), key.get(), value.get()));
+}
+
+/// `del container[key]`
+inline void remove_item(Borrowed container, Borrowed key) {
+    checked(PyObject_DelItem(container.get(), key.get()));
 }
 
 /// `key in container`

@@ -2,15 +2,27 @@
 
 #include "friendly/library/binding.hpp"
 
-namespace tessara::friendly {
+namespace tessara::friendly::stream {
 
-ClassDefinition stream_calculation() {
-    return {"StreamCalculation",
-            "EquilibriumCalculationBase",
-            nullptr,
-            {{"result_type", [] { return global(names::StreamCalculationResult); }},
-             {"streams", new_dict}},
-            {}};
+ClassCell& cell() {
+    static ClassCell* const instance = new ClassCell; // NOLINT(cppcoreguidelines-owning-memory)
+    return *instance;
 }
 
-} // namespace tessara::friendly
+ClassDefinition stream_calculation() {
+    ClassDefinition definition{
+        "StreamCalculation",
+        "EquilibriumCalculationBase",
+        nullptr,
+        {{"result_type", [] { return global(names::StreamCalculationResult); }},
+         {"streams", new_dict}},
+        {},
+        &cell()};
+    for (const auto& methods :
+         {management_methods, condition_methods, target_methods, solving_methods, result_methods}) {
+        definition.add(methods());
+    }
+    return definition;
+}
+
+} // namespace tessara::friendly::stream

@@ -57,6 +57,13 @@ inline Ref index_of_pc(Borrowed ph, Borrowed pc) {
     return item(pc_entry(ph, pc), names::index);
 }
 
+inline Ref name_of_ph(Borrowed ph) {
+    return item(ph_entry(ph), names::name);
+}
+inline Ref name_of_pc(Borrowed ph, Borrowed pc) {
+    return item(pc_entry(ph, pc), names::name);
+}
+
 inline Ref count_of_scs() {
     return sc_entry(names::count);
 }
