@@ -495,12 +495,12 @@ def test_duplicate_constituent_is_reported_before_the_duplicate_phase(system, co
 
 
 def test_error_is_taken_from_the_globals(friendly, system, renamed, monkeypatch):
-    class Other(Exception):
+    class OtherError(Exception):
         pass
 
     renamed("PhaseConfig")
-    monkeypatch.setattr(friendly, "TessaraPyError", Other)
-    with pytest.raises(Other):
+    monkeypatch.setattr(friendly, "TessaraPyError", OtherError)
+    with pytest.raises(OtherError):
         system._build_object_phs(None)
 
 

@@ -90,8 +90,9 @@ struct Fact {
 
 constexpr Fact index{names::index, "Index", "The zero-based index (`int`)", "int", ""};
 constexpr Fact name{names::name, "Name", "The name (`str`)", "str", ""};
-constexpr Fact mm{names::mm, "Molar mass", "The molar mass (`float`)", "float",
-                  "\n    Unit: mass per mole, in the amount unit in force where that is a mass."};
+constexpr Fact mm{
+    names::mm, "Molar mass", "The molar mass (`float`)", "float",
+    "\n    Unit: g/mol under the amount unit mol, else the unit of mass in force per mole."};
 
 struct Query {
     const char* name;
