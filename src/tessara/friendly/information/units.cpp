@@ -70,9 +70,9 @@ Raises:
 
 /// All units first, so that the system is rebuilt once and not five times.
 Ref set(PyObject*, PyObject* P, PyObject* V, PyObject* T, PyObject* E, PyObject* A) {
-    const std::array<PyObject*, UnitCount> units{P, V, T, E, A};
+    const std::array<PyObject*, UnitCount> given{P, V, T, E, A};
     for (std::size_t i = 0; i < UnitCount; ++i) {
-        change(units_of_quantities[i].quantity, units[i]);
+        change(units_of_quantities[i].quantity, given[i]);
     }
     refresh_system();
     return none();

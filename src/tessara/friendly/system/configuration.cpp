@@ -14,8 +14,8 @@ namespace {
 /// `owner.<dict>.update(make())`, the method found before the other dict is made.
 template <class Make>
 void update_dict(const Ref& owner, const Name& dict, Make make) {
-    const Ref update = attribute(attribute(owner, dict), names::update);
-    call(update, make());
+    const Ref callee = attribute(attribute(owner, dict), names::update);
+    call(callee, make());
 }
 
 /// `result[record.name] = record`. `refuse` raises the error for a name that is taken, given the

@@ -88,9 +88,9 @@ struct Fact {
     const char* remark;
 };
 
-constexpr Fact index{names::index, "Index", "The zero-based index (`int`)", "int", ""};
-constexpr Fact name{names::name, "Name", "The name (`str`)", "str", ""};
-constexpr Fact mm{
+constexpr Fact index_fact{names::index, "Index", "The zero-based index (`int`)", "int", ""};
+constexpr Fact name_fact{names::name, "Name", "The name (`str`)", "str", ""};
+constexpr Fact mm_fact{
     names::mm, "Molar mass", "The molar mass (`float`)", "float",
     "\n    Unit: g/mol under the amount unit mol, else the unit of mass in force per mole."};
 
@@ -101,25 +101,26 @@ struct Query {
 };
 
 constexpr Query queries[] = {
-    {"get_index_sc", component, index},
-    {"get_name_sc", component, name},
-    {"get_name_scs", components, name},
-    {"get_mm_sc", component, mm},
-    {"get_mm_scs", components, mm},
-    {"get_index_ph", phase, index},
-    {"get_name_ph", phase, name},
-    {"get_name_phs", phases, name},
-    {"get_index_pc", constituent, index},
-    {"get_name_pc", constituent, name},
-    {"get_name_pcs_in_ph", constituents_in_phase, name},
-    {"get_name_pcs", constituents, name},
-    {"get_mm_pc", constituent, mm},
-    {"get_mm_pcs_in_ph", constituents_in_phase, mm},
-    {"get_mm_pcs", constituents, mm},
+    {"get_index_sc", component, index_fact},
+    {"get_name_sc", component, name_fact},
+    {"get_name_scs", components, name_fact},
+    {"get_mm_sc", component, mm_fact},
+    {"get_mm_scs", components, mm_fact},
+    {"get_index_ph", phase, index_fact},
+    {"get_name_ph", phase, name_fact},
+    {"get_name_phs", phases, name_fact},
+    {"get_index_pc", constituent, index_fact},
+    {"get_name_pc", constituent, name_fact},
+    {"get_name_pcs_in_ph", constituents_in_phase, name_fact},
+    {"get_name_pcs", constituents, name_fact},
+    {"get_mm_pc", constituent, mm_fact},
+    {"get_mm_pcs_in_ph", constituents_in_phase, mm_fact},
+    {"get_mm_pcs", constituents, mm_fact},
 };
 
 std::string description(const Query& query) {
-    const auto& [name, kind, fact] = query;
+    const Kind& kind = query.kind;
+    const Fact& fact = query.fact;
     std::string lines = std::string(fact.title) + " of " + kind.whose + ".\n\n";
     if (*kind.parameters_text != '\0') {
         lines += std::string("Parameters:\n") + kind.parameters_text + '\n';
