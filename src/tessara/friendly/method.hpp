@@ -17,8 +17,8 @@ struct Shape {
     bool extra_keywords = false;
 };
 
-/// What runs when a method is called, behind the argument rules. `member` is the enumeration member
-/// that tells methods with one body apart, null for a body without one.
+/// What runs when a method is called, behind the argument rules. `member` is the name, as a rule of
+/// an enumeration member, that tells methods with one body apart, null for a body without one.
 using Body = Ref (*)(const Name* member, const Arguments& arguments);
 
 /// One method of a class, or one function of the module.

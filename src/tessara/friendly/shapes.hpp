@@ -10,12 +10,46 @@ namespace tessara::friendly::shapes {
 inline constexpr Default None{"None", [] { return none(); }};
 inline constexpr Default False{"False", [] { return Ref::borrow(Py_False); }};
 
+/// The member of an enumeration that is there when the classes are made.
+template <const Name& enumeration, const Name& name>
+Ref member() {
+    return evaluated(Member{enumeration, name});
+}
+
+inline constexpr Default atm{"PressureUnit.atm", member<names::PressureUnit, names::atm>};
+inline constexpr Default m3{"VolumeUnit.m3", member<names::VolumeUnit, names::m3>};
+inline constexpr Default C{"TemperatureUnit.C", member<names::TemperatureUnit, names::C>};
+inline constexpr Default kWh{"EnergyUnit.kWh", member<names::EnergyUnit, names::kWh>};
+inline constexpr Default kg{"AmountUnit.kg", member<names::AmountUnit, names::kg>};
+
 inline constexpr Shape<1> cls{{{{"cls"}}}};
 inline constexpr Shape<2> cls_file_path{{{{"cls"}, {"file_path"}}}};
 inline constexpr Shape<2> cls_sc{{{{"cls"}, {"sc"}}}};
 inline constexpr Shape<2> cls_ph{{{{"cls"}, {"ph"}}}};
 inline constexpr Shape<3> cls_ph_pc{{{{"cls"}, {"ph"}, {"pc"}}}};
 inline constexpr Shape<3> cls_ph_sc{{{{"cls"}, {"ph"}, {"sc"}}}};
+
+inline constexpr Shape<4> cls_ph_pc_sc{{{{"cls"}, {"ph"}, {"pc"}, {"sc"}}}};
+
+inline constexpr Shape<2> cls_scs{{{{"cls"}, {"scs", Type::Object, &None}}}};
+inline constexpr Shape<3> cls_sc_scs{{{{"cls"}, {"sc"}, {"scs", Type::Object, &None}}}};
+inline constexpr Shape<3> cls_ph_scs{{{{"cls"}, {"ph"}, {"scs", Type::Object, &None}}}};
+inline constexpr Shape<4> cls_ph_pc_scs{{{{"cls"}, {"ph"}, {"pc"}, {"scs", Type::Object, &None}}}};
+
+inline constexpr Shape<2> cls_status{{{{"cls"}, {"status"}}}};
+inline constexpr Shape<3> cls_ph_status{{{{"cls"}, {"ph"}, {"status"}}}};
+inline constexpr Shape<4> cls_ph_pc_status{{{{"cls"}, {"ph"}, {"pc"}, {"status"}}}};
+
+inline constexpr Shape<2> cls_ts{{{{"cls"}, {"ts"}}}};
+inline constexpr Shape<3> cls_i_ph_ts{{{{"cls"}, {"i_ph", Type::Int}, {"ts"}}}};
+
+inline constexpr Shape<2> cls_unit{{{{"cls"}, {"unit"}}}};
+inline constexpr Shape<6> cls_P_V_T_E_A{{{{"cls"},
+                                          {"P", Type::Object, &atm},
+                                          {"V", Type::Object, &m3},
+                                          {"T", Type::Object, &C},
+                                          {"E", Type::Object, &kWh},
+                                          {"A", Type::Object, &kg}}}};
 
 inline constexpr Shape<2> cls_value{{{{"cls"}, {"value", Type::Double}}}};
 inline constexpr Shape<3> cls_sc_value{{{{"cls"}, {"sc"}, {"value", Type::Double}}}};

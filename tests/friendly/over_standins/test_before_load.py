@@ -6,6 +6,63 @@ LOOKUPS = [
     ("ThermochemicalSystem", "get_index_sc", ("Fe",)),
     ("ThermochemicalSystem", "get_index_ph", (0,)),
     ("ThermochemicalSystem", "get_index_pc", ("GAS", "CO")),
+    *[
+        ("ThermochemicalSystem", name, arguments)
+        for name, arguments in {
+            "get_str_scs": (),
+            "get_count_scs": (),
+            "get_name_sc": ("Fe",),
+            "get_name_scs": (),
+            "get_mm_sc": (0,),
+            "get_mm_scs": (),
+            "get_str_phs": (),
+            "get_count_phs": (),
+            "get_name_ph": ("GAS",),
+            "get_name_phs": (),
+            "get_model_ph": ("GAS",),
+            "get_model_phs": (),
+            "get_str_phs_pcs": (),
+            "get_count_pcs_in_ph": ("GAS",),
+            "get_count_pcs": (),
+            "get_name_pc": ("GAS", "CO"),
+            "get_name_pcs_in_ph": ("GAS",),
+            "get_name_pcs": (),
+            "get_name_ph_pcs": (),
+            "get_mm_pc": ("GAS", "CO"),
+            "get_mm_pcs_in_ph": ("GAS",),
+            "get_mm_pcs": (),
+            "get_stoich_sc": ("Fe",),
+            "get_stoich_scs": (),
+            "get_stoich_pc": ("GAS", "CO"),
+            "get_stoich_pcs_in_ph": ("GAS",),
+            "get_stoich_pcs": (),
+            "get_y_sc_pc": ("GAS", "CO", "C"),
+            "get_y_scs_pc": ("GAS", "CO"),
+            "get_y_sc_pcs_in_ph": ("GAS", "C"),
+            "get_y_scs_pcs_in_ph": ("GAS",),
+            "get_y_sc_pcs": ("C",),
+            "get_y_scs_pcs": (),
+            "get_status_ph": ("GAS",),
+            "get_status_phs": (),
+            "get_status_pc": ("GAS", "CO"),
+            "get_status_pcs_in_ph": ("GAS",),
+            "get_status_pcs": (),
+            "set_status_ph": ("GAS", "status"),
+            "set_status_phs": ("status",),
+            "set_status_pc": ("GAS", "CO", "status"),
+            "set_status_pcs_in_ph": ("GAS", "status"),
+            "set_status_pcs": ("status",),
+            "get_config_sc": ("Fe",),
+            "get_config_scs": (),
+            "get_config_pc": ("GAS", "CO"),
+            "get_config_pcs_in_ph": ("GAS",),
+            "get_config_ph": ("GAS",),
+            "get_config_phs": (),
+            "_build_object_scs": (None,),
+            "_build_object_phs": (None,),
+            "_build_object_ph_pcs": (0, None),
+        }.items()
+    ],
     ("EquilibriumCalculation", "set_eq_A_ph", ("GAS", 1.0)),
     ("EquilibriumCalculation", "set_IA_sc", ("Fe", 1.0)),
     ("EquilibriumCalculation", "set_eq_AC_sc", ("Fe", 1.0)),
@@ -101,6 +158,46 @@ def test_update_does_nothing(friendly, library):
     assert friendly.ThermochemicalSystem.ts is None
     with pytest.raises(TypeError, match="NoneType"):
         friendly.ThermochemicalSystem.get_index_sc(0)
+
+
+def test_there_is_no_object(friendly, library):
+    assert friendly.ThermochemicalSystem.get_object() is None
+    assert friendly.ThermochemicalSystem._build_object() is None
+    assert library.calls == []
+
+
+@pytest.mark.parametrize(
+    ("name", "quantities"),
+    [
+        ("set", ["Pressure", "Volume", "Temperature", "Energy", "Amount"]),
+        ("use_tessara_defaults", ["Pressure", "Volume", "Temperature", "Energy", "Amount"]),
+        ("set_P_unit", ["Pressure"]),
+        ("set_V_unit", ["Volume"]),
+        ("set_T_unit", ["Temperature"]),
+        ("set_E_unit", ["Energy"]),
+        ("set_A_unit", ["Amount"]),
+    ],
+)
+def test_units_can_be_set_and_nothing_is_built(friendly, library, core, name, quantities):
+    getattr(friendly.Units, name)(*(["unit"] if name.endswith("_unit") else []))
+    assert [call[:2] for call in library.calls] == [
+        ("hxcsu", core.Quantity[quantity]) for quantity in quantities
+    ]
+    assert friendly.ThermochemicalSystem.ts is None
+    assert friendly.ThermochemicalSystem.get_object() is None
+
+
+def test_library_tells_of_itself(friendly, library):
+    assert friendly.Info.get_version_number() == 80001
+    assert friendly.Info.get_array_size_used_list() == list(range(1, 12))
+
+
+def test_header_is_asked_of_the_library_all_the_same(friendly, library, core):
+    library.error = core.TessaraError("no transparent file")
+    library.fail_at = 1
+    with pytest.raises(core.TessaraError, match="no transparent file"):
+        friendly.ThermochemicalSystem.get_tdf_info_dict()
+    assert library.calls == [("hxgtrh",)]
 
 
 def test_build_cache_does_nothing(friendly, library):

@@ -31,6 +31,8 @@ def all_callables(friendly):
     """Every method of every class and the functions of the module, under their full names."""
     found = {}
     for cls in (
+        friendly.Info,
+        friendly.Units,
         friendly.ThermochemicalSystem,
         friendly.EquilibriumCalculationBase,
         friendly.AbsoluteEquilibriumCalculationBase,
@@ -115,6 +117,22 @@ SCENES = {
     "stream ranges": lambda f, dat: f.StreamCalculation.calculate_eq_IA(RANGES),
     "stream ranges and list": lambda f, dat: f.StreamCalculation.calculate_eq_IA(RANGES, True),
     "stream result": lambda f, dat: stream_result(f),
+    "units": lambda f, dat: f.Units.use_tessara_defaults(),
+    "one unit": lambda f, dat: f.Units.set_A_unit(f.AmountUnit.kg),
+    "units in force": lambda f, dat: (f.Units.get(), f.Units.get_str()),
+    "library": lambda f, dat: (f.Info.get_object(), f.Info.get_array_size_max_list()),
+    "sizes": lambda f, dat: (f.Info.get_array_size_max_str(), f.Info.get_array_size_used_str()),
+    "header": lambda f, dat: f.ThermochemicalSystem.get_tdf_info_dict(),
+    "header listing": lambda f, dat: f.ThermochemicalSystem.get_tdf_info_str(),
+    "phase listing": lambda f, dat: f.ThermochemicalSystem.get_str_phs_pcs(),
+    "statuses": lambda f, dat: (
+        f.ThermochemicalSystem.get_status_phs(),
+        f.ThermochemicalSystem.get_status_pcs(),
+        f.ThermochemicalSystem.set_status_phs(f.Status.DORMANT),
+        f.ThermochemicalSystem.set_status_pcs_in_ph("GAS", f.Status.DORMANT),
+        f.ThermochemicalSystem.set_status_pcs(f.Status.DORMANT),
+    ),
+    "tree": lambda f, dat: f.ThermochemicalSystem._build_object(),
 }
 
 
@@ -180,6 +198,17 @@ MEMORY_SCENES = {
     "wrong count": lambda f, dat: f.ThermochemicalSystem.load(),
     "keywords": lambda f, dat: f.EquilibriumCalculation.calculate_eq(estimate=1, other=2),
     "wrong keyword": lambda f, dat: f.EquilibriumCalculation.set_eq_T(1.0, other=2),
+    "queries": lambda f, dat: (
+        f.ThermochemicalSystem.get_str_scs(),
+        f.ThermochemicalSystem.get_str_phs(),
+        f.ThermochemicalSystem.get_count_pcs(),
+        f.ThermochemicalSystem.get_name_ph_pcs(),
+        f.ThermochemicalSystem.get_mm_pcs_in_ph("GAS"),
+        f.ThermochemicalSystem.get_model_phs(),
+    ),
+    "coefficients": lambda f, dat: f.ThermochemicalSystem.get_stoich_pcs(["O", 2]),
+    "fractions": lambda f, dat: f.ThermochemicalSystem.get_y_scs_pcs(["O", 2]),
+    "records": lambda f, dat: f.ThermochemicalSystem.get_config_phs(),
     "query": lambda f, dat: f._query_stoich_list([1.0, 2.0, 3.0], scs=["O", 2]),
     "dict": lambda f, dat: f._build_stoich_dict([1.0, 2.0, 3.0], ["O", 2]),
     "signature": lambda f, dat: type(f.ThermochemicalSystem.load.__func__).__signature__.__get__(
@@ -365,6 +394,7 @@ def test_library_may_delete_itself_from_within(friendly, solver, loaded):
 
 
 def test_globals_may_be_emptied(friendly, system, solver, loaded, dat):
+    friendly_units = friendly.Units
     vars(friendly).clear()
     for call in (
         lambda: system.load(dat),
@@ -372,6 +402,12 @@ def test_globals_may_be_emptied(friendly, system, solver, loaded, dat):
         lambda: solver.get_eq_A(),
         lambda: solver.calculate_eq(),
         lambda: solver.get_str_inputs(),
+        lambda: friendly_units.set(),
+        lambda: friendly_units.get(),
+        lambda: system.get_model_ph(0),
+        lambda: system.get_stoich_sc(0),
+        lambda: system.get_config_sc(0),
+        lambda: system._build_object(),
     ):
         with pytest.raises(NameError):
             call()

@@ -79,23 +79,66 @@ def test_path_is_remembered_after_the_read_and_before_the_update(friendly, syste
     assert system.current_file_path != path
 
 
-def test_update_builds_the_caches_through_cls(system, library):
+def test_update_builds_the_caches_and_then_the_object_through_cls(system, library):
     seen = []
 
     class Mine(system):
+        ts = "former"
+
         @classmethod
         def _build_cache(cls):
-            seen.append(cls)
+            seen.append(("caches", cls, cls.ts))
             return "dropped"
 
+        @classmethod
+        def _build_object(cls):
+            seen.append(("object", cls, cls.ts))
+            return "made"
+
     assert Mine._update() is None
-    assert seen == [Mine]
+    assert seen == [("caches", Mine, "former"), ("object", Mine, "former")]
+    assert Mine.ts == "made"
+    assert system.ts is None
     assert library.calls == []
 
 
-def test_load_leaves_the_configuration_object_alone(system, file):
+def test_update_stops_after_caches_that_fail(system):
+    class Mine(system):
+        ts = "former"
+
+        @classmethod
+        def _build_cache(cls):
+            raise LookupError("caches")
+
+        @classmethod
+        def _build_object(cls):
+            raise AssertionError("called too early")
+
+    with pytest.raises(LookupError, match="caches"):
+        Mine._update()
+    assert Mine.ts == "former"
+
+
+def test_update_keeps_the_former_object_where_the_new_one_fails(system):
+    class Mine(system):
+        ts = "former"
+
+        @classmethod
+        def _build_object(cls):
+            raise LookupError("object")
+
+    with pytest.raises(LookupError, match="object"):
+        Mine._update()
+    assert Mine.ts == "former"
+
+
+def test_load_replaces_the_configuration_object(system, core, file):
     system.load(file("a.dat"))
-    assert system.ts is None
+    first = system.ts
+    assert type(first) is core.ThermochemicalSystemConfig
+    system.load(file("a.dat"))
+    assert type(system.ts) is core.ThermochemicalSystemConfig
+    assert system.ts is not first
 
 
 def test_load_leaves_the_streams_alone(friendly, system, file):
@@ -268,12 +311,13 @@ def test_error_class_that_is_missing_is_a_name_error(friendly, system, library, 
 
 def test_duplicate_name_leaves_the_new_path(system, library, core, file):
     system.load(file("a.dat"))
+    former = system.ts
     library.phs[1].name = "GAS"
     path = file("b.dat")
     with pytest.raises(core.TessaraPyError, match="duplicate phase"):
         system.load(path)
     assert system.current_file_path == path
-    assert system.ts is None
+    assert system.ts is former
 
 
 @pytest.mark.parametrize("argument", [None, 3, b"a.dat", [], object()])

@@ -69,11 +69,21 @@ def iron_oxygen_carbon() -> tuple[list[Component], list[Phase]]:
     return scs, phs
 
 
+STARTING_UNITS = {
+    core.Quantity.Pressure: core.PressureUnit.bar,
+    core.Quantity.Volume: core.VolumeUnit.dm3,
+    core.Quantity.Temperature: core.TemperatureUnit.K,
+    core.Quantity.Energy: core.EnergyUnit.J,
+    core.Quantity.Amount: core.AmountUnit.kg,
+}
+
+
 @dataclass
 class Library:
     scs: list[Component] = field(default_factory=lambda: iron_oxygen_carbon()[0])
     phs: list[Phase] = field(default_factory=lambda: iron_oxygen_carbon()[1])
-    units: dict[Any, Any] = field(default_factory=dict)
+    units: dict[Any, Any] = field(default_factory=lambda: dict(STARTING_UNITS))
+    statuses: dict[Any, Any] = field(default_factory=dict)  # by (i_ph,) and (i_ph, i_pc)
     list_number: Any = 6
     files: dict[Any, str] = field(default_factory=dict)
     listing: str = "LISTING\n"
@@ -91,6 +101,27 @@ class Library:
         return [call for call in self.calls if call[0] in names]
 
     # What the operations answer.
+
+    def hxini(self) -> None:
+        self.units = dict(STARTING_UNITS)
+
+    def hxcprt(self) -> str:
+        return "copyright"
+
+    def hxgtpi(self) -> str:
+        return "program"
+
+    def hxvers(self) -> int:
+        return 80001
+
+    def hxsize(self) -> Any:
+        return tuple(range(101, 112))
+
+    def hxused(self) -> Any:
+        return tuple(range(1, 12))
+
+    def hxgtrh(self) -> Any:
+        return [3, "writer", [8, 0, 1], "-", [7, 2, 0], [2021, 3, 4, 5, 6, 7], "-", "-", "-", "rem"]
 
     def hxgsu(self, quantity: Any) -> Any:
         return self.units.get(quantity, core.AmountUnit.kg)
@@ -127,6 +158,18 @@ class Library:
     def hxstpc(self, i_ph: int, i_pc: int) -> Any:
         pc = self.phs[i_ph].pcs[i_pc]
         return (pc.stoich, pc.mm)
+
+    def hxgsp(self, i_ph: int) -> Any:
+        return self.statuses.get((i_ph,), core.Status.ENTERED)
+
+    def hxcsp(self, i_ph: int, status: Any) -> None:
+        self.statuses[(i_ph,)] = status
+
+    def hxgspc(self, i_ph: int, i_pc: int, *_ignored: Any) -> Any:
+        return self.statuses.get((i_ph, i_pc), core.Status.ENTERED)
+
+    def hxcspc(self, i_ph: int, i_pc: int, status: Any) -> None:
+        self.statuses[(i_ph, i_pc)] = status
 
     def hxsetc(self, *_arguments: Any) -> int:
         self.condition += 1

@@ -64,18 +64,31 @@ class Composition(_Record):
 
 
 class ThermochemicalSystemConfig(_Record):
+    def __init__(self, *args: object) -> None:
+        super().__init__(*args)
+        self.scs: dict[str, object] = {}
+        self.phs: dict[str, object] = {}
+
+
+class _Part(_Record):
+    """A record whose first arguments are index and name."""
+
+    def __init__(self, *args: object) -> None:
+        super().__init__(*args)
+        self.index, self.name = args[:2]
+
+
+class PhaseConfig(_Part):
+    def __init__(self, *args: object) -> None:
+        super().__init__(*args)
+        self.pcs: dict[str, object] = {}
+
+
+class PhaseConstituentConfig(_Part):
     pass
 
 
-class PhaseConfig(_Record):
-    pass
-
-
-class PhaseConstituentConfig(_Record):
-    pass
-
-
-class SystemComponentConfig(_Record):
+class SystemComponentConfig(_Part):
     pass
 
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "friendly/calculation/calculation.hpp"
+#include "friendly/documentation.hpp"
 #include "friendly/library/index_range.hpp"
 #include "friendly/shapes.hpp"
 #include "friendly/system/caches.hpp"
@@ -77,9 +78,7 @@ Ref of_each_constituent(const Name& variable, const Ref& i_ph) {
 Ref of_constituents(const Name& variable, PyObject*) {
     Ref result = new_list();
     for (const Ref& i_ph : IndexRange(count_of_phs())) {
-        const Ref in_phase = of_each_constituent(variable, i_ph);
-        const Py_ssize_t end = PyList_GET_SIZE(result.get());
-        checked(PyList_SetSlice(result.get(), end, end, in_phase.get()));
+        extend(result, of_each_constituent(variable, i_ph));
     }
     return result;
 }
@@ -105,14 +104,6 @@ constexpr Kind kind_of(const char* whose, const char* parameters_text, const cha
             lookup_failures};
 }
 
-constexpr const char* sc_text = "    sc: name or zero-based index of the system component.\n";
-constexpr const char* ph_text = "    ph: name or zero-based index of the phase.\n";
-constexpr const char* ph_pc_text =
-    "    ph: name or zero-based index of the phase.\n"
-    "    pc: name or zero-based index of the constituent within the phase.\n";
-constexpr const char* ph_sc_text = "    ph: name or zero-based index of the phase.\n"
-                                   "    sc: name or zero-based index of the system component.\n";
-
 constexpr const char* one_value = "A `float`";
 constexpr const char* per_component =
     "A list of `float`, one per system component of the system in index order";
@@ -122,36 +113,25 @@ constexpr const char* per_constituent =
 constexpr const char* per_constituent_in_phase =
     "A list of `float`, one per constituent of the phase in index order";
 
-constexpr const char* nothing_loaded = "    TypeError: no data file is loaded.\n";
-constexpr const char* no_component =
-    "    KeyError: there is no such system component.\n    TypeError: no data file is loaded.\n";
-constexpr const char* no_phase =
-    "    KeyError: there is no such phase.\n    TypeError: no data file is loaded.\n";
-constexpr const char* no_constituent = "    KeyError: there is no such phase, or no such "
-                                       "constituent in it.\n    TypeError: no data file is "
-                                       "loaded.\n";
-constexpr const char* no_component_or_phase =
-    "    KeyError: there is no such system component, or no such phase.\n"
-    "    TypeError: no data file is loaded.\n";
-
 constexpr Kind system = kind_of<shapes::cls, of_system>("the system", "", one_value, "");
-constexpr Kind component =
-    kind_of<shapes::cls_sc, of_component>("a system component", sc_text, one_value, no_component);
-constexpr Kind components =
-    kind_of<shapes::cls, of_components>("all system components", "", per_component, nothing_loaded);
+constexpr Kind component = kind_of<shapes::cls_sc, of_component>("a system component", words::sc,
+                                                                 one_value, words::no_component);
+constexpr Kind components = kind_of<shapes::cls, of_components>(
+    "all system components", "", per_component, words::nothing_loaded);
 constexpr Kind component_in_phase = kind_of<shapes::cls_ph_sc, of_component_in_phase>(
-    "a system component in a phase", ph_sc_text, one_value, no_component_or_phase);
+    "a system component in a phase", words::ph_sc, one_value, words::no_component_or_phase);
 constexpr Kind components_in_phase = kind_of<shapes::cls_ph, of_components_in_phase>(
-    "all system components in a phase", ph_text, per_component, no_phase);
-constexpr Kind phase = kind_of<shapes::cls_ph, of_phase>("a phase", ph_text, one_value, no_phase);
+    "all system components in a phase", words::ph, per_component, words::no_phase);
+constexpr Kind phase =
+    kind_of<shapes::cls_ph, of_phase>("a phase", words::ph, one_value, words::no_phase);
 constexpr Kind phases =
-    kind_of<shapes::cls, of_phases>("all phases", "", per_phase, nothing_loaded);
+    kind_of<shapes::cls, of_phases>("all phases", "", per_phase, words::nothing_loaded);
 constexpr Kind constituent = kind_of<shapes::cls_ph_pc, of_constituent>(
-    "a phase constituent", ph_pc_text, one_value, no_constituent);
+    "a phase constituent", words::ph_pc, one_value, words::no_constituent);
 constexpr Kind constituents = kind_of<shapes::cls, of_constituents>(
-    "all phase constituents", "", per_constituent, nothing_loaded);
+    "all phase constituents", "", per_constituent, words::nothing_loaded);
 constexpr Kind constituents_in_phase = kind_of<shapes::cls_ph, of_constituents_in_phase>(
-    "all constituents of a phase", ph_text, per_constituent_in_phase, no_phase);
+    "all constituents of a phase", words::ph, per_constituent_in_phase, words::no_phase);
 
 /// What a member of `ResultVariable` stands for, for the documentation.
 struct Quantity {

@@ -41,4 +41,14 @@ private:
     Ref index_;
 };
 
+/// `[give(i) for i in range(count)]`
+template <class Give>
+Ref list_over(Borrowed count, Give give) {
+    Ref result = new_list();
+    for (const Ref& i : IndexRange(count)) {
+        append(result, give(i));
+    }
+    return result;
+}
+
 } // namespace tessara::friendly

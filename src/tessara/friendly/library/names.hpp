@@ -17,6 +17,12 @@ inline constinit const Name hxrfil{"hxrfil"};
 inline constinit const Name hxrtdf{"hxrtdf"};
 inline constinit const Name hxclos{"hxclos"};
 inline constinit const Name hxshow{"hxshow"};
+inline constinit const Name hxcprt{"hxcprt"};
+inline constinit const Name hxgtpi{"hxgtpi"};
+inline constinit const Name hxvers{"hxvers"};
+inline constinit const Name hxsize{"hxsize"};
+inline constinit const Name hxused{"hxused"};
+inline constinit const Name hxgtrh{"hxgtrh"};
 inline constinit const Name hxcsu{"hxcsu"};
 inline constinit const Name hxgsu{"hxgsu"};
 inline constinit const Name hxnosc{"hxnosc"};
@@ -30,6 +36,8 @@ inline constinit const Name hxgnpc{"hxgnpc"};
 inline constinit const Name hxstpc{"hxstpc"};
 inline constinit const Name hxgsp{"hxgsp"};
 inline constinit const Name hxgspc{"hxgspc"};
+inline constinit const Name hxcsp{"hxcsp"};
+inline constinit const Name hxcspc{"hxcspc"};
 inline constinit const Name hxsetc{"hxsetc"};
 inline constinit const Name hxremc{"hxremc"};
 inline constinit const Name hxgetr{"hxgetr"};
@@ -48,7 +56,12 @@ inline constinit const Name hxstxp{"hxstxp"};
 // Enumerations of `core`.
 inline constinit const Name IoOption{"IoOption"};
 inline constinit const Name Quantity{"Quantity"};
+inline constinit const Name PressureUnit{"PressureUnit"};
+inline constinit const Name VolumeUnit{"VolumeUnit"};
+inline constinit const Name TemperatureUnit{"TemperatureUnit"};
+inline constinit const Name EnergyUnit{"EnergyUnit"};
 inline constinit const Name AmountUnit{"AmountUnit"};
+inline constinit const Name SolutionModel{"SolutionModel"};
 inline constinit const Name ConditionVariable{"ConditionVariable"};
 inline constinit const Name TargetVariable{"TargetVariable"};
 inline constinit const Name PhaseMapVariable{"PhaseMapVariable"};
@@ -58,9 +71,18 @@ inline constinit const Name StreamVariable{"StreamVariable"};
 // Their members; one name serves every enumeration that has it.
 inline constinit const Name ERROR{"ERROR"};
 inline constinit const Name LIST{"LIST"};
+inline constinit const Name Pressure{"Pressure"};
+inline constinit const Name Volume{"Volume"};
+inline constinit const Name Temperature{"Temperature"};
+inline constinit const Name Energy{"Energy"};
 inline constinit const Name Amount{"Amount"};
+inline constinit const Name atm{"atm"};
+inline constinit const Name m3{"m3"};
+inline constinit const Name kWh{"kWh"};
+inline constinit const Name kg{"kg"};
 inline constinit const Name gram{"gram"};
 inline constinit const Name mol{"mol"};
+inline constinit const Name PURE{"PURE"};
 inline constinit const Name NoTarget{"NoTarget"};
 inline constinit const Name P{"P"};
 inline constinit const Name VT{"VT"};
@@ -81,7 +103,9 @@ inline constinit const Name MU{"MU"};
 inline constinit const Name X{"X"};
 inline constinit const Name XP{"XP"};
 inline constinit const Name XT{"XT"};
+inline constinit const Name C{"C"};
 inline constinit const Name CP{"CP"};
+inline constinit const Name E{"E"};
 inline constinit const Name H{"H"};
 inline constinit const Name S{"S"};
 inline constinit const Name G{"G"};
@@ -95,6 +119,11 @@ inline constinit const Name VM{"VM"};
 // Records and functions of `core`.
 inline constinit const Name ChemicalFormulaIncomingAmountState{
     "ChemicalFormulaIncomingAmountState"};
+inline constinit const Name TessaraInfo{"TessaraInfo"};
+inline constinit const Name ThermochemicalSystemConfig{"ThermochemicalSystemConfig"};
+inline constinit const Name SystemComponentConfig{"SystemComponentConfig"};
+inline constinit const Name PhaseConfig{"PhaseConfig"};
+inline constinit const Name PhaseConstituentConfig{"PhaseConstituentConfig"};
 inline constinit const Name EquilibriumCalculationResult{"EquilibriumCalculationResult"};
 inline constinit const Name PhaseConstituentIncomingAmountState{
     "PhaseConstituentIncomingAmountState"};
@@ -140,9 +169,13 @@ inline constinit const Name ErrorStrings{"ErrorStrings"};
 inline constinit const Name ERROR_PHASE_TRANSITION_LIMIT_EXCEEDED{
     "ERROR_PHASE_TRANSITION_LIMIT_EXCEEDED"};
 
-// This module's constants.
+// This module's constants, functions and classes.
 inline constinit const Name LIST_STDOUT_NUMBER{"LIST_STDOUT_NUMBER"};
 inline constinit const Name LIST_FILE_NUMBER{"LIST_FILE_NUMBER"};
+inline constinit const Name _query_stoich_list{"_query_stoich_list"};
+inline constinit const Name EquilibriumCalculation{"EquilibriumCalculation"};
+inline constinit const Name ThermochemicalSystem{"ThermochemicalSystem"};
+inline constinit const Name Units{"Units"};
 
 // Names of the standard library and built-in functions.
 inline constinit const Name NamedTemporaryFile{"NamedTemporaryFile"};
@@ -150,6 +183,7 @@ inline constinit const Name Path{"Path"};
 inline constinit const Name dict{"dict"};
 inline constinit const Name float_{"float"};
 inline constinit const Name localtime{"localtime"};
+inline constinit const Name list{"list"};
 inline constinit const Name namedtuple{"namedtuple"};
 inline constinit const Name open{"open"};
 inline constinit const Name print{"print"};
@@ -186,21 +220,43 @@ inline constinit const Name dunder_module{"__module__"};
 inline constinit const Name dunder_name{"__name__"};
 inline constinit const Name dunder_qualname{"__qualname__"};
 
-// Classes of this module that methods reach by name.
-inline constinit const Name EquilibriumCalculation{"EquilibriumCalculation"};
-inline constinit const Name ThermochemicalSystem{"ThermochemicalSystem"};
-inline constinit const Name Units{"Units"};
-
 // Class attributes and methods of this module.
 inline constinit const Name current_file_md5{"current_file_md5"};
 inline constinit const Name current_file_path{"current_file_path"};
 inline constinit const Name result_type{"result_type"};
+inline constinit const Name ts{"ts"};
 inline constinit const Name t_start{"t_start"};
 inline constinit const Name t_end{"t_end"};
 inline constinit const Name dt{"dt"};
 inline constinit const Name streams{"streams"};
 inline constinit const Name _update{"_update"};
 inline constinit const Name _build_cache{"_build_cache"};
+inline constinit const Name _build_object{"_build_object"};
+inline constinit const Name _build_object_scs{"_build_object_scs"};
+inline constinit const Name _build_object_phs{"_build_object_phs"};
+inline constinit const Name _build_object_ph_pcs{"_build_object_ph_pcs"};
+inline constinit const Name get{"get"};
+inline constinit const Name set{"set"};
+inline constinit const Name get_copyright_message{"get_copyright_message"};
+inline constinit const Name get_program_id{"get_program_id"};
+inline constinit const Name get_version_number{"get_version_number"};
+inline constinit const Name get_array_size_max_dict{"get_array_size_max_dict"};
+inline constinit const Name get_array_size_used_dict{"get_array_size_used_dict"};
+inline constinit const Name get_index_sc{"get_index_sc"};
+inline constinit const Name get_name_sc{"get_name_sc"};
+inline constinit const Name get_mm_sc{"get_mm_sc"};
+inline constinit const Name get_index_ph{"get_index_ph"};
+inline constinit const Name get_name_ph{"get_name_ph"};
+inline constinit const Name get_model_ph{"get_model_ph"};
+inline constinit const Name get_count_phs{"get_count_phs"};
+inline constinit const Name get_y_sc_pc{"get_y_sc_pc"};
+inline constinit const Name get_y_scs_pc{"get_y_scs_pc"};
+inline constinit const Name get_y_sc_pcs_in_ph{"get_y_sc_pcs_in_ph"};
+inline constinit const Name get_y_scs_pcs_in_ph{"get_y_scs_pcs_in_ph"};
+inline constinit const Name get_config_sc{"get_config_sc"};
+inline constinit const Name get_config_ph{"get_config_ph"};
+inline constinit const Name get_config_pc{"get_config_pc"};
+inline constinit const Name get_config_pcs_in_ph{"get_config_pcs_in_ph"};
 inline constinit const Name _set_eq_condition_sys{"_set_eq_condition_sys"};
 inline constinit const Name _set_eq_condition_ph{"_set_eq_condition_ph"};
 inline constinit const Name _set_eq_condition_sc{"_set_eq_condition_sc"};
@@ -216,7 +272,6 @@ inline constinit const Name _get_result_phs{"_get_result_phs"};
 inline constinit const Name _get_result_ph_scs{"_get_result_ph_scs"};
 inline constinit const Name _get_result_ph_pcs{"_get_result_ph_pcs"};
 inline constinit const Name _get_result_IAs{"_get_result_IAs"};
-inline constinit const Name get{"get"};
 inline constinit const Name get_A_unit{"get_A_unit"};
 inline constinit const Name get_name_scs{"get_name_scs"};
 inline constinit const Name get_result_object{"get_result_object"};

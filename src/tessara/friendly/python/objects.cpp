@@ -26,6 +26,19 @@ void unpack_into(Borrowed iterable, Ref* targets, Py_ssize_t count) {
     }
 }
 
+void extend(Borrowed list, Borrowed iterable) {
+    const Ref items = PyList_CheckExact(iterable.get()) ? Ref::borrow(iterable.get())
+                                                        : checked(PySequence_List(iterable.get()));
+    const Py_ssize_t end = PyList_GET_SIZE(list.get());
+    checked(PyList_SetSlice(list.get(), end, end, items.get()));
+}
+
+void append_text(Ref& target, Borrowed piece) {
+    PyObject* joined = target.release();
+    PyUnicode_Append(&joined, piece.get());
+    target = checked(joined);
+}
+
 namespace {
 
 /// Whether a class of the metaclass `meta` is searched for attributes as a plain class is.

@@ -121,6 +121,12 @@ inline void append(Borrowed list, Borrowed value) {
     checked(PyList_Append(list.get(), value.get()));
 }
 
+/// `list.extend(iterable)`
+void extend(Borrowed list, Borrowed iterable);
+
+/// `target += piece` of two `str`
+void append_text(Ref& target, Borrowed piece);
+
 /// `callable(arguments...)`
 template <class... Arguments>
 Ref call(Borrowed callable, const Arguments&... arguments) {
@@ -165,11 +171,27 @@ std::array<Ref, count> unpack(Borrowed iterable) {
     return targets;
 }
 
+/// `format % (values...)`
+template <class... Values>
+Ref percent(const char* format, const Values&... values) {
+    const Ref template_text = text(format);
+    return checked(PyUnicode_Format(template_text.get(), tuple_of(values...).get()));
+}
+
+/// A piece of an f-string that is an attribute, read when its turn comes.
+struct AttributeOf {
+    Borrowed object;
+    const Name& name;
+};
+
 inline Ref formatted_piece(const char* literal) {
     return text(literal);
 }
 inline Ref formatted_piece(Borrowed value) {
     return checked(PyObject_Format(value.get(), nullptr));
+}
+inline Ref formatted_piece(const AttributeOf& piece) {
+    return formatted_piece(attribute(piece.object, piece.name));
 }
 
 /// An f-string: literal text and values with an empty format, from left to right.

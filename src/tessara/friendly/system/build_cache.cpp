@@ -1,5 +1,6 @@
 #include "friendly/library/index_range.hpp"
 #include "friendly/system/caches.hpp"
+#include "friendly/system/duplicates.hpp"
 #include "friendly/system/thermochemical_system.hpp"
 
 namespace tessara::friendly {
@@ -14,11 +15,7 @@ Ref part(const Ref& pair, long place) {
 /// `[basic.<operation>(arguments..., i) for i in range(count)]`
 template <class... Arguments>
 Ref ask_each(const Name& name, Borrowed count, const Arguments&... arguments) {
-    Ref answers = new_list();
-    for (const Ref& i : IndexRange(count)) {
-        append(answers, call_operation(name, arguments..., i));
-    }
-    return answers;
+    return list_over(count, [&](const Ref& i) { return call_operation(name, arguments..., i); });
 }
 
 /// Puts an entry into a cache under its index and then, unless the name is taken, under its name.
@@ -31,8 +28,6 @@ void store(const Ref& cache, Borrowed index, Borrowed name, const Ref& entry, Re
     }
     set_item(current(cache), name, entry);
 }
-
-constexpr const char* not_usable = ". This data file cannot be used with Tessara for Python.";
 
 void build_system_components() {
     caches().sc = new_dict();
@@ -59,9 +54,8 @@ void build_system_components() {
         set_item(entry, names::mm, part(item(stoich_mm, i_sc), 1));
         set_item(entry, names::mm_g, part(item(stoich_mm_g, i_sc), 1));
         store(caches().sc, i_sc, name, entry, [&](const Ref& previous) {
-            raise_formatted(names::TessaraPyError, "A duplicate system component '", name,
-                            "' was found in the thermochemical data file. It occurs at index ",
-                            previous, " and ", i_sc, not_usable);
+            raise_duplicate(previous, i_sc, "A duplicate system component '", name,
+                            "' was found in");
         });
     }
 }
@@ -74,10 +68,9 @@ void build_phases() {
     set_item(current(caches().ph), names::count, count);
     const Ref names_of_phs = ask_each(names::hxgnp, count);
     set_item(current(caches().ph), names::key_names, names_of_phs);
-    const Ref models = new_list();
-    for (const Ref& i : IndexRange(count)) {
-        append(models, attribute(call_operation(names::hxmodl, i), names::name));
-    }
+    const Ref models = list_over(count, [](const Ref& i) {
+        return attribute(call_operation(names::hxmodl, i), names::name);
+    });
 
     for (const Ref& i_ph : IndexRange(count)) {
         const Ref name = item(names_of_phs, i_ph);
@@ -87,9 +80,7 @@ void build_phases() {
         set_item(entry, names::model, item(models, i_ph));
         set_item(entry, names::pcs, new_dict());
         store(caches().ph, i_ph, name, entry, [&](const Ref& previous) {
-            raise_formatted(names::TessaraPyError, "A duplicate phase '", name,
-                            "' was found in the thermochemical data file. It occurs at index ",
-                            previous, " and ", i_ph, not_usable);
+            raise_duplicate(previous, i_ph, "A duplicate phase '", name, "' was found in");
         });
     }
 }
@@ -123,7 +114,7 @@ void fill_composition(const Ref& entry, const Ref& stoich_mm, Borrowed i_pc) {
 }
 
 void build_phase_constituents(const Ref& i_ph) {
-    const Ref pcs = item(ph_entry(i_ph), names::pcs);
+    const Ref pcs = pcs_of(i_ph);
     const Ref count = call_operation(names::hxnopc, i_ph);
     set_item(pcs, names::count, count);
     const Ref names_of_pcs = ask_each(names::hxgnpc, count, i_ph);
@@ -140,10 +131,8 @@ void build_phase_constituents(const Ref& i_ph) {
         fill_composition(entry, stoich_mm, i_pc);
         store(pcs, i_pc, name, entry, [&](const Ref& previous) {
             const Ref name_ph = item(ph_entry(i_ph), names::name);
-            raise_formatted(names::TessaraPyError, "A duplicate constituent '", name,
-                            "' was found in phase '", name_ph,
-                            "' of the thermochemical data file. It occurs at index ", previous,
-                            " and ", i_pc, not_usable);
+            raise_duplicate(previous, i_pc, "A duplicate constituent '", name,
+                            "' was found in phase '", name_ph, "' of");
         });
     }
 }

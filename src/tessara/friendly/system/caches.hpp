@@ -35,15 +35,18 @@ inline Ref current(const Ref& variable) {
     return Ref::borrow(variable.get());
 }
 
-/// `_sc_cache[sc]`, `_ph_cache[ph]` and `_ph_cache[ph]["pcs"][pc]`
+/// `_sc_cache[sc]`, `_ph_cache[ph]`, `_ph_cache[ph]["pcs"]`, `_ph_cache[ph]["pcs"][pc]`
 inline Ref sc_entry(Borrowed sc) {
     return item(current(caches().sc), sc);
 }
 inline Ref ph_entry(Borrowed ph) {
     return item(current(caches().ph), ph);
 }
+inline Ref pcs_of(Borrowed ph) {
+    return item(ph_entry(ph), names::pcs);
+}
 inline Ref pc_entry(Borrowed ph, Borrowed pc) {
-    return item(item(ph_entry(ph), names::pcs), pc);
+    return item(pcs_of(ph), pc);
 }
 
 /// The index that goes to the library: proof that there is such an item, too.
@@ -71,7 +74,7 @@ inline Ref count_of_phs() {
     return ph_entry(names::count);
 }
 inline Ref count_of_pcs(Borrowed ph) {
-    return item(item(ph_entry(ph), names::pcs), names::count);
+    return item(pcs_of(ph), names::count);
 }
 
 } // namespace tessara::friendly

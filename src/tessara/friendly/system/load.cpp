@@ -62,6 +62,7 @@ Ref load(PyObject* cls, PyObject* given_path) {
 
 Ref update(PyObject* cls) {
     call_method(cls, names::_build_cache);
+    set_attribute(cls, names::ts, call_method(cls, names::_build_object));
     return none();
 }
 

@@ -1,7 +1,8 @@
 #include "friendly/system/thermochemical_system.hpp"
 
+#include <iterator>
+
 #include "friendly/shapes.hpp"
-#include "friendly/system/caches.hpp"
 
 namespace tessara::friendly {
 
@@ -13,56 +14,6 @@ constexpr const char* documentation =
 A system is described by a data file, ASCII (`.dat`) or transparent (`.tdf`). `load` reads it; the
 other methods perform tasks related to the loaded system. All methods are class methods, and the
 class need not be instantiated.)";
-
-constexpr const char* get_index_sc_text = R"(Index of a system component.
-
-Parameters:
-    sc: name or zero-based index of the system component.
-
-Returns:
-    The zero-based index (`int`).
-
-Raises:
-    KeyError: there is no such system component. Negative indexes do not count from the end.
-    TypeError: no data file is loaded.)";
-
-Ref get_index_sc(PyObject*, PyObject* sc) {
-    return index_of_sc(sc);
-}
-
-constexpr const char* get_index_ph_text = R"(Index of a phase.
-
-Parameters:
-    ph: name or zero-based index of the phase.
-
-Returns:
-    The zero-based index (`int`).
-
-Raises:
-    KeyError: there is no such phase. Negative indexes do not count from the end.
-    TypeError: no data file is loaded.)";
-
-Ref get_index_ph(PyObject*, PyObject* ph) {
-    return index_of_ph(ph);
-}
-
-constexpr const char* get_index_pc_text = R"(Index of a phase constituent.
-
-Parameters:
-    ph: name or zero-based index of the phase.
-    pc: name or zero-based index of the constituent within the phase.
-
-Returns:
-    The zero-based index within the phase (`int`).
-
-Raises:
-    KeyError: there is no such phase, or no such constituent in it. Negative indexes do not count
-        from the end.
-    TypeError: no data file is loaded.)";
-
-Ref get_index_pc(PyObject*, PyObject* ph, PyObject* pc) {
-    return index_of_pc(ph, pc);
-}
 
 constexpr const char* load_text = R"(Loads a thermochemical data file.
 
@@ -82,7 +33,12 @@ Raises:
 
 constexpr const char* update_text = R"(Refreshes what is derived from the loaded system.
 
-Runs after each load and each change of units. Does nothing before the first load.)";
+Rebuilds the caches, then the description that `get_object` hands out, in this order. Runs after
+each load and each change of units. Before the first load `ts` stays `None`.
+
+Raises:
+    TessaraPyError: a name occurs twice where it has to be unique.
+    TessaraError: the library refuses a question.)";
 
 constexpr const char* build_cache_text = R"(Reads the loaded system into the caches.
 
@@ -98,18 +54,22 @@ Raises:
 } // namespace
 
 ClassDefinition thermochemical_system() {
-    return {"ThermochemicalSystem",
-            nullptr,
-            documentation,
-            {{"current_file_path", none}, {"current_file_md5", none}, {"ts", none}},
-            {
-                method<shapes::cls_file_path, load>("load", load_text),
-                method<shapes::cls, update>("_update", update_text),
-                method<shapes::cls, build_cache>("_build_cache", build_cache_text),
-                method<shapes::cls_sc, get_index_sc>("get_index_sc", get_index_sc_text),
-                method<shapes::cls_ph, get_index_ph>("get_index_ph", get_index_ph_text),
-                method<shapes::cls_ph_pc, get_index_pc>("get_index_pc", get_index_pc_text),
-            }};
+    ClassDefinition definition{
+        "ThermochemicalSystem",
+        nullptr,
+        documentation,
+        {{"current_file_path", none}, {"current_file_md5", none}, {"ts", none}},
+        {
+            method<shapes::cls_file_path, load>("load", load_text),
+            method<shapes::cls, update>("_update", update_text),
+            method<shapes::cls, build_cache>("_build_cache", build_cache_text),
+        }};
+    for (std::vector<Method> methods :
+         {configuration_methods(), header_methods(), listing_methods(), query_methods(),
+          stoichiometry_methods(), status_methods()}) {
+        std::move(methods.begin(), methods.end(), std::back_inserter(definition.methods));
+    }
+    return definition;
 }
 
 } // namespace tessara::friendly
