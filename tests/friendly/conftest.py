@@ -1,8 +1,6 @@
 """Where the built extension is, and packages of stand-ins around copies of it."""
 
-import importlib.util
 import os
-import shutil
 import subprocess
 import sys
 import textwrap
@@ -11,31 +9,17 @@ from pathlib import Path
 from types import SimpleNamespace
 
 import pytest
+import standin_package
 
-HERE = Path(__file__).parent
 OVER_STANDINS = "TESSARA_OVER_STANDINS"  # set in the processes that run `over_standins`
 
 # These files want a process of their own, with stand-ins where the package's siblings are.
 collect_ignore = [] if OVER_STANDINS in os.environ else ["over_standins"]
 
 
-def extension_file() -> Path:
-    """The extension named by `TESSARA_FRIENDLY`, or the one that is installed."""
-    named = os.environ.get("TESSARA_FRIENDLY")
-    if named:
-        return Path(named).resolve()
-    package = importlib.util.find_spec("tessara")
-    spec = importlib.util.find_spec("tessara.friendly") if package is not None else None
-    assert spec is not None, (
-        "build tessara.friendly and install the package, or set TESSARA_FRIENDLY to the file"
-    )
-    assert spec.origin is not None
-    return Path(spec.origin)
-
-
 @pytest.fixture(scope="session")
 def extension() -> Path:
-    return extension_file()
+    return standin_package.extension_file()
 
 
 @pytest.fixture
@@ -45,12 +29,7 @@ def package(tmp_path: Path, extension: Path) -> SimpleNamespace:
     `write(name, source)` puts another file in; `run(code)` runs code in a new interpreter there
     and returns the finished process.
     """
-    folder = tmp_path / "tessara"
-    folder.mkdir()
-    (folder / "__init__.py").write_text("")
-    shutil.copy(extension, folder)
-    for sibling in ("basic.py", "core.py"):
-        shutil.copy(HERE / "standins" / sibling, folder)
+    folder = standin_package.make(tmp_path, extension)
 
     def write(name: str, source: str) -> Path:
         path = folder / name

@@ -1,7 +1,6 @@
 """Makes the package that these tests import: the extension between recording stand-ins."""
 
 import atexit
-import importlib.util
 import os
 import shutil
 import sys
@@ -12,30 +11,15 @@ from types import ModuleType
 from typing import Any
 
 import pytest
-
-HERE = Path(__file__).parent
-
-
-def _real_core() -> Path:
-    """The folder of the package's own `core`: the installed one, or the one in the source tree."""
-    spec = importlib.util.find_spec("tessara")
-    folders = list(spec.submodule_search_locations or []) if spec is not None else []
-    folders.append(str(HERE.parents[2] / "src" / "tessara"))
-    return next(path for path in (Path(folder, "core") for folder in folders) if path.is_dir())
+import standin_package
 
 
 def _make_package() -> None:
     root = Path(tempfile.mkdtemp(prefix="tessara-standins-"))
     atexit.register(shutil.rmtree, root, ignore_errors=True)
-    folder = root / "tessara"
-    folder.mkdir()
-    (folder / "__init__.py").write_text("")
-    shutil.copy(os.environ["TESSARA_FRIENDLY"], folder)
-    shutil.copy(HERE.parent / "standins" / "basic.py", folder)
-    if os.environ["TESSARA_OVER_STANDINS"] == "real":
-        shutil.copytree(_real_core(), folder / "core")
-    else:
-        shutil.copy(HERE.parent / "standins" / "core.py", folder)
+    standin_package.make(
+        root, Path(os.environ["TESSARA_FRIENDLY"]), core=os.environ["TESSARA_OVER_STANDINS"]
+    )
     sys.path.insert(0, str(root))
 
 

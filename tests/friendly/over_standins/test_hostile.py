@@ -5,7 +5,6 @@ Nothing in here may crash the interpreter, lose a reference or hang.
 
 import contextlib
 import gc
-import random
 import sys
 import types
 import weakref
@@ -25,28 +24,6 @@ def system(friendly):
 @pytest.fixture
 def solver(friendly):
     return friendly.EquilibriumCalculation
-
-
-def all_callables(friendly):
-    """Every method of every class and the functions of the module, under their full names."""
-    found = {}
-    for cls in (
-        friendly.Info,
-        friendly.Units,
-        friendly.ThermochemicalSystem,
-        friendly.EquilibriumCalculationBase,
-        friendly.AbsoluteEquilibriumCalculationBase,
-        friendly.EquilibriumCalculation,
-        friendly.PhaseMapCalculation,
-        friendly.StreamCalculation,
-    ):
-        for name in dir(cls):
-            value = getattr(cls, name)
-            if not name.startswith("__") and callable(value) and not isinstance(value, type):
-                found[f"{cls.__name__}.{name}"] = value
-    for name in ("_query_stoich_list", "_build_stoich_dict"):
-        found[name] = getattr(friendly, name)
-    return found
 
 
 RANGES = [("GAS", "CO", 0.0, 1.0), ("LIQUID", 1, 0.0, 1.0)]
@@ -547,109 +524,3 @@ def test_shared_objects_keep_their_reference_counts(friendly, solver, loaded, co
     work()
     after = [sys.getrefcount(thing) for thing in watched]
     assert [new - old for new, old in zip(after, before, strict=True)] == [0] * len(watched)
-
-
-# Anything at all.
-
-
-def values(rng, friendly):
-    class Odd:
-        def __init__(self):
-            self.turn = rng.random()
-
-        def _act(self, answer):
-            if self.turn < 0.3:
-                raise LookupError("odd")
-            return "odd" if self.turn < 0.5 else answer
-
-        def __hash__(self):
-            return self._act(1)
-
-        def __eq__(self, other):
-            return self._act(True)
-
-        def __float__(self):
-            return self._act(1.0)
-
-        def __int__(self):
-            return self._act(1)
-
-        def __bool__(self):
-            return self._act(True)
-
-        def __format__(self, specification):
-            return self._act("odd")
-
-        def __iter__(self):
-            return self._act(iter([0, "O"]))
-
-        def __getitem__(self, place):
-            return self._act(1.0)
-
-        def __contains__(self, thing):
-            return self._act(True)
-
-    return [
-        *[
-            None,
-            True,
-            0,
-            1,
-            2,
-            -1,
-            2**31,
-            10**40,
-            1.0,
-            float("nan"),
-            "GAS",
-            "O2",
-            "Fe",
-            "",
-            "count",
-        ],
-        *["names", "\ud800", b"GAS", (), [], {}, [0, 1], ["O", 2], {"a": 1}, object(), object],
-        *[friendly.ConditionVariable.T, friendly.TargetVariable.T, friendly.ResultVariable.A],
-        *[[1.0, 2.0, 3.0], range(3), Odd(), Odd(), Odd(), Odd(), lambda: None, NotImplemented],
-    ]
-
-
-@pytest.mark.parametrize("seed", range(8))
-def test_random_calls_end_in_a_result_or_an_exception(
-    friendly, loaded, dat, capsys, seed, tmp_path
-):
-    rng = random.Random(seed)
-    callables = list(all_callables(friendly).values())
-    keywords = [
-        "value",
-        "ph",
-        "pc",
-        "sc",
-        "variable",
-        "number",
-        "guess",
-        "print_results",
-        "estimate",
-        "scs",
-        "stoich",
-        "x",
-        "cls",
-    ]
-    paths = [str(dat), dat, str(tmp_path / "none.dat"), str(tmp_path)]
-    (tmp_path / "listing").write_text("text")
-    outcomes = set()
-    for _ in range(4000):
-        pool = [*values(rng, friendly), *paths, str(tmp_path / "listing")]
-        arguments = rng.choices(pool, k=rng.choice([0, 1, 1, 2, 2, 3, 3, 4, 5]))
-        named = {rng.choice(keywords): rng.choice(pool) for _ in range(rng.choice([0, 0, 0, 1, 2]))}
-        loaded.fail_at = rng.choice([None, None, len(loaded.calls) + rng.randrange(1, 30)])
-        loaded.list_number = rng.choice([6, 21])
-        try:
-            rng.choice(callables)(*arguments, **named)
-            outcomes.add("result")
-        except Exception as error:
-            outcomes.add(type(error).__name__)
-        loaded.calls.clear()
-    assert {"result", "TypeError", "KeyError", "LookupError"} <= outcomes
-    loaded.fail_at = None
-    friendly.ThermochemicalSystem.load(dat)
-    assert friendly.ThermochemicalSystem.get_index_sc("C") == 2
