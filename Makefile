@@ -23,6 +23,7 @@ CONFIGURE = $(BIN)/cmake -DCMAKE_MAKE_PROGRAM=$(abspath $(BIN)/ninja) -DPython_E
 
 # What the sanitizers need inside an interpreter that was built without them.
 SANITIZED_SITE := build/sanitize/site
+SANITIZED_FAULTS = $$(ls $(CURDIR)/build/sanitize/tests/friendly/faults/friendly.*.so)
 SANITIZED = PYTHONPATH=$(SANITIZED_SITE) PYTHONMALLOC=malloc ASAN_OPTIONS=detect_leaks=0 \
 	LD_PRELOAD="$$($(CXX) -print-file-name=libasan.so) $$($(CXX) -print-file-name=libubsan.so)"
 
@@ -49,7 +50,8 @@ test-sanitized: $(VENV)/test-tools
 	mkdir -p $(SANITIZED_SITE)
 	cp -R src/tessara $(SANITIZED_SITE)
 	$(BIN)/cmake --install build/sanitize --component python --prefix $(SANITIZED_SITE)
-	$(SANITIZED) $(BIN)/$(PYTEST) tests/basic tests/friendly tests/system
+	$(SANITIZED) TESSARA_FRIENDLY_FAULTS="$(SANITIZED_FAULTS)" \
+		$(BIN)/$(PYTEST) tests/basic tests/friendly tests/system
 
 test-long: test test-release test-fuzz
 	$(BIN)/pytest -m long

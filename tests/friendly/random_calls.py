@@ -18,7 +18,6 @@ import contextlib
 import faulthandler
 import gc
 import importlib
-import io
 import json
 import os
 import random
@@ -42,13 +41,6 @@ DEEPEST = 3  # calls from within calls
 
 class TroubleError(Exception):
     """What hostile objects and the library raise."""
-
-
-class Sink(io.TextIOBase):
-    """Swallows what the methods print."""
-
-    def write(self, text: str) -> int:
-        return len(text)
 
 
 def plain_open(file: Any, *arguments: Any, **keywords: Any) -> Any:
@@ -415,7 +407,7 @@ def main() -> None:
             vars(importlib.import_module(module))["open"] = plain_open
         blocks = []
         try:
-            with contextlib.redirect_stdout(Sink()):
+            with contextlib.redirect_stdout(friendly_calls.Sink()):
                 for _ in range(options.rounds):
                     outcomes = play(options.seeds, options.calls, home, progress)
                     blocks.append(blocks_in_use())

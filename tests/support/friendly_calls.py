@@ -5,10 +5,18 @@ the names of its parameters. Nothing in here lists methods, so that new ones are
 """
 
 import inspect
+import io
 from collections.abc import Callable
 from pathlib import Path
 from types import ModuleType, SimpleNamespace
 from typing import Any
+
+
+class Sink(io.TextIOBase):
+    """Swallows what the methods print."""
+
+    def write(self, text: str) -> int:
+        return len(text)
 
 
 def classes(friendly: ModuleType) -> list[type]:
@@ -47,6 +55,13 @@ def callables(friendly: ModuleType) -> dict[str, Callable[..., Any]]:
         for name in method_names(cls):
             found[f"{cls.__name__}.{name}"] = getattr(cls, name)
     return found
+
+
+def own_callables(friendly: ModuleType) -> dict[str, Callable[..., Any]]:
+    """As `callables`, each method only through the class that defines it."""
+    own = {f"{cls.__name__}.{name}" for cls in classes(friendly) for name in vars(cls)}
+    own.update(functions(friendly))
+    return {name: value for name, value in callables(friendly).items() if name in own}
 
 
 def parameters(function: Callable[..., Any]) -> list[inspect.Parameter]:
@@ -97,6 +112,10 @@ class RightArguments:
     def prepare(self) -> None:
         """Load the system and make the streams that the arguments name."""
         self.friendly.ThermochemicalSystem.load(self.table["file_path"][0])
+        self.make_streams()
+
+    def make_streams(self) -> None:
+        """Put each stream that the arguments name in its first state."""
         create = getattr(self.friendly.StreamCalculation, "create_st", None)
         for name in self.table["name"] if create is not None else []:
             create(name, 300.0, 1.0)
@@ -118,6 +137,7 @@ class RightArguments:
             return self.flags
         return self.numbers
 
-    def first(self, method: str, function: Callable[..., Any]) -> list[Any]:
-        """One list of right arguments, in the order of the signature."""
-        return [self.of(method, parameter)[0] for parameter in parameters(function)]
+    def lists(self, method: str, function: Callable[..., Any]) -> list[list[Any]]:
+        """Two lists of right arguments: the most ordinary ones, and those that ask for most."""
+        values = [self.of(method, parameter) for parameter in parameters(function)]
+        return [[choices[0] for choices in values], [choices[-1] for choices in values]]

@@ -10,6 +10,9 @@ IndexRange::IndexRange(Borrowed count) {
         if (count_ != -1 || PyErr_Occurred() == nullptr) {
             return;
         }
+        if (PyErr_ExceptionMatches(PyExc_OverflowError) == 0) {
+            throw PythonError{};
+        }
         PyErr_Clear(); // more than a counter holds, which is no mistake for `range`
     }
     iterator_ = checked(PyObject_GetIter(call(range, count).get()));
