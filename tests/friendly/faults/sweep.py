@@ -78,6 +78,7 @@ class Sweep:
         # A lost reference shows in every round; what libraries keep for themselves does not.
         while len(growth) < 20 and (not growth or growth[-1] > 0):
             before = blocks_in_use()
+            self.outcome(action, 0)
             for place in self.places(total):
                 again()
                 found = self.outcome(action, place)
