@@ -98,7 +98,8 @@ $(VENV)/package: $(ENVIRONMENT) $(SOURCES)
 
 $(VENV)/test-tools: $(ENVIRONMENT) pyproject.toml
 	tools/install-system-packages googletest
-	$(BIN)/pip install --quiet 'pytest>=8' 'hypothesis>=6.100' 'pytest-benchmark>=5' 'pytest-xdist>=3.5' 'numpy>=1.26'
+	$(BIN)/pip install --quiet 'pytest>=8' 'hypothesis>=6.100' 'pytest-benchmark>=5' 'pytest-xdist>=3.5' \
+		'numpy>=1.26' 'mypy>=1.11'
 	touch $@
 
 $(VENV)/dev-tools: $(ENVIRONMENT) pyproject.toml

@@ -6,8 +6,7 @@ import pickle
 from fractions import Fraction
 
 import pytest
-from hypothesis import given
-from hypothesis import strategies as st
+from hypothesis import given, strategies as st
 
 from tessara.core import Composition, CompositionError, FormulaError
 

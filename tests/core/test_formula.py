@@ -6,8 +6,7 @@ from contextlib import suppress
 from fractions import Fraction
 
 import pytest
-from hypothesis import given
-from hypothesis import strategies as st
+from hypothesis import given, strategies as st
 
 from tessara.core import ATOMIC_WEIGHTS, FormulaError, TessaraPyError, parse_formula
 

@@ -3,8 +3,7 @@
 from fractions import Fraction
 
 import pytest
-from hypothesis import given
-from hypothesis import strategies as st
+from hypothesis import given, strategies as st
 
 from tessara.core import (
     ATOMIC_WEIGHTS,
