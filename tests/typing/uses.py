@@ -138,5 +138,5 @@ def refused() -> None:
     EquilibriumCalculation.create_st("ore", 300.0, 1.0)  # [attr-defined]
     StreamCalculation.set_IA_sc("Fe", 1.0)  # [attr-defined]
     StreamCalculation.create_st(1, 300.0, 1.0)  # [arg-type]
-    T: float = StreamCalculation.calculate_eq_T(1000)  # [assignment]
+    print(1.0 + StreamCalculation.calculate_eq_T(1000))  # [operator]
     friendly.LIST_FILE_NUMBER = 22  # [misc]
