@@ -83,7 +83,10 @@ benchmark: $(VENV)/package $(VENV)/test-tools
 	$(CONFIGURE) --preset release -DTESSARA_BENCHMARKS=ON
 	$(BIN)/cmake --build --preset release
 	build/release/benchmarks/engine_benchmarks --benchmark_min_time=0.2s
-	$(BIN)/pytest benchmarks --benchmark-only
+	$(BIN)/pytest benchmarks --ignore=benchmarks/over_standin --benchmark-only
+	TESSARA_FRIENDLY=$$(ls build/release/src/tessara/friendly/friendly.*.so) \
+		TESSARA_BASIC=$$(ls build/release/benchmarks/basic.*.so) \
+		$(BIN)/pytest benchmarks/over_standin --benchmark-only
 
 $(ENVIRONMENT):
 	tools/install-system-packages compiler

@@ -47,8 +47,8 @@ PyObject* stoichiometry(long components, long k) {
     return Py_BuildValue("(Nd)", list, 10.0 + static_cast<double>(k));
 }
 
-/// `make_system(components, phases, constituents, model, status, unit)`; the first phase has what
-/// the others, of one to 30 constituents, leave over.
+/// `make_system(components, phases, constituents, model, status, unit)`, the constituents spread
+/// evenly over the phases.
 PyObject* make_system(PyObject*, PyObject* arguments) {
     long components = 0;
     long phases = 0;
@@ -64,15 +64,13 @@ PyObject* make_system(PyObject*, PyObject* arguments) {
     for (long i = 0; i < components; ++i) {
         made.components.push_back({name_of("Component", i), stoichiometry(components, i)});
     }
-    long left = constituents;
-    for (long i = phases - 1; i >= 0; --i) {
-        const long count = i == 0 ? left : std::min(1 + i % 30, left - i);
-        left -= count;
+    for (long i = 0; i < phases; ++i) {
         Phase phase{name_of("Phase", i), {}};
+        const long count = constituents * (i + 1) / phases - constituents * i / phases;
         for (long k = 0; k < count; ++k) {
             phase.constituents.push_back({name_of("Constituent", k), stoichiometry(components, k)});
         }
-        made.phases.insert(made.phases.begin(), std::move(phase));
+        made.phases.push_back(std::move(phase));
     }
     library() = std::move(made);
     Py_RETURN_NONE;

@@ -1,7 +1,7 @@
 """Makes the package that these benchmarks import: the extension and `core` over a stand-in.
 
-`TESSARA_FRIENDLY` and `TESSARA_BASIC` name the two built files. How the times divide is shown at the
-end.
+`TESSARA_FRIENDLY` and `TESSARA_BASIC` name the two built files. How the times divide is shown at
+the end.
 """
 
 import atexit

@@ -59,6 +59,8 @@ class Player:
         self.core = importlib.import_module("tessara.core")
         self.random = random.Random(seed)
         self.depth = 0
+        self.quiet = False  # the library answers as it should, also to calls of the player's own
+        self.calm = False  # it does so during one call
         self.operations = 0
         self.outcomes: Counter[tuple[str, str]] = Counter()
         dat, listing = home / "system.dat", home / "listing"
@@ -91,12 +93,15 @@ class Player:
     def operation(self, name: str) -> Callable[..., Any]:
         right = getattr(self.library, name, None)
         counts = name in ("hxnosc", "hxnop", "hxnopc")
+        maps = name.startswith("hxmap")
         random = self.random.random
 
         def answer(*arguments: Any) -> Any:
             if self.quiet:
-                return None if right is None else right(*arguments)
+                return right and right(*arguments)
             self.library.calls.clear()
+            if self.calm:
+                return random() < 0.6 if maps else right and right(*arguments)
             self.operations += 1
             if self.operations > TOO_MANY_OPERATIONS:
                 raise TroubleError("too many operations")
@@ -107,9 +112,7 @@ class Player:
                 return self.random.randrange(5) if counts else self.anything()
             if chance < 0.03:
                 self.misbehave()
-            if name.startswith("hxmap"):
-                return random() < 0.6
-            return None if right is None else right(*arguments)
+            return random() < 0.6 if maps else right and right(*arguments)
 
         return answer
 
@@ -243,6 +246,7 @@ class Player:
 
     def outermost_call(self) -> None:
         self.operations = 0
+        self.calm = self.random.random() < 0.3
         if self.random.random() > 0.05:
             self.call()
             return

@@ -30,10 +30,10 @@ NEVER_FAILING = {
 DATA = re.compile(r"Py\w+_Type|PyExc_\w+|_Py_\w+Struct")
 
 
-def sweep(what, *, core="standin", stride=1, memory="pymalloc"):
+def sweep(what, *, core="standin", most=10**6, memory="pymalloc"):
     """Run the script in a process of its own and return what it counts."""
     command = [sys.executable, str(SWEEP), what, "--extension", str(FILE), "--core", core]
-    command += ["--stride", str(stride)]
+    command += ["--most", str(most)]
     environment = {**os.environ, "PYTHONMALLOC": memory}
     done = subprocess.run(command, env=environment, capture_output=True, text=True, timeout=1800)
     assert done.returncode == 0, done.stderr
@@ -46,15 +46,20 @@ def sweep(what, *, core="standin", stride=1, memory="pymalloc"):
     ("core", "memory"), [("standin", "malloc"), ("standin", "pymalloc"), ("real", "pymalloc")]
 )
 def test_failure_within_a_method_is_a_memory_error_and_leaves_the_module_working(core, memory):
-    found = sweep("methods", core=core, memory=memory)
+    found = sweep("methods", most=40, core=core, memory=memory)
     assert found["wrong"] == []
     assert found["failures"] > 10_000
 
 
 def test_failure_within_the_import_is_a_memory_error_and_the_next_import_works():
-    found = sweep("import", stride=10, memory="malloc")
+    found = sweep("import", most=800, memory="malloc")
     assert found["wrong"] == []
     assert found["failures"] > 500
+
+
+@pytest.mark.long
+def test_every_failure_within_a_method_is_a_memory_error():
+    assert sweep("methods")["wrong"] == []
 
 
 @pytest.mark.long

@@ -39,9 +39,10 @@ Action = Callable[[], Any]
 class Sweep:
     """Lets the calls within an action fail, one after the other, and keeps account."""
 
-    def __init__(self, library: ctypes.PyDLL, stride: int) -> None:
+    def __init__(self, library: ctypes.PyDLL, most: int) -> None:
         self.arm, self.seen = library.faults_arm, library.faults_seen
-        self.stride = stride
+        self.most = most
+        self.scenes = 0
         self.failures = 0
         self.wrong: list[str] = []
 
@@ -60,12 +61,12 @@ class Sweep:
         self.text = "no exception"
         return ""
 
-    def places(self, total: int) -> Iterator[int]:
-        """Which calls of so many fail: all of the first and the last, then each `stride`-th."""
-        close = 40
-        for place in range(1, total + 1):
-            if place <= close or place > total - close or place % self.stride == 0:
-                yield place
+    def places(self, total: int) -> list[int]:
+        """Which calls of so many fail: all, or `most` at even distances, other ones each time."""
+        if total <= self.most:
+            return list(range(1, total + 1))
+        stride = -(-total // self.most)
+        return list(range(1 + self.scenes % stride, total + 1, stride))
 
     def run(self, what: str, action: Action, again: Action) -> None:
         """Let each call within `action` fail; `again` puts things right before each."""
@@ -74,6 +75,7 @@ class Sweep:
         again()
         expected = self.outcome(action, 0)
         total = self.calls
+        self.scenes += 1
         growth: list[int] = []
         # A lost reference shows in every round; what libraries keep for themselves does not.
         while len(growth) < 20 and (not growth or growth[-1] > 0):
@@ -123,7 +125,7 @@ def scenes(friendly: ModuleType, right: Any) -> Iterator[tuple[str, Action]]:
             yield f"{full_name}.{part}", lambda raw=raw, part=part: getattr(raw, part)
 
 
-def sweep_methods(library: ctypes.PyDLL, stride: int, home: Path) -> Sweep:
+def sweep_methods(library: ctypes.PyDLL, most: int, home: Path) -> Sweep:
     """Let each call within each method fail."""
     friendly = importlib.import_module("tessara.friendly")
     basic = importlib.import_module("tessara.basic")
@@ -156,7 +158,7 @@ def sweep_methods(library: ctypes.PyDLL, stride: int, home: Path) -> Sweep:
         basic.library.calls.clear()
         answers[:] = [True, True]
 
-    sweep = Sweep(library, stride)
+    sweep = Sweep(library, most)
     gc.freeze()
     for text, action in scenes(friendly, right):
         sweep.run(text, action, again)
@@ -166,10 +168,10 @@ def sweep_methods(library: ctypes.PyDLL, stride: int, home: Path) -> Sweep:
     return sweep
 
 
-def sweep_import(library: ctypes.PyDLL, stride: int) -> Sweep:
+def sweep_import(library: ctypes.PyDLL, most: int) -> Sweep:
     """Let each call within the import fail. An import that failed starts again from nothing."""
     importlib.import_module("tessara.basic")
-    sweep = Sweep(library, stride)
+    sweep = Sweep(library, most)
 
     def action() -> None:
         importlib.import_module("tessara.friendly")
@@ -181,7 +183,7 @@ def sweep_import(library: ctypes.PyDLL, stride: int) -> Sweep:
             sweep.wrong.append(f"import, call {place}: {sweep.text}")
         if "tessara.friendly" in sys.modules:
             sweep.wrong.append(f"import, call {place}: half a module is left")
-        place += 1 if place < 400 else stride
+        place += 1 if place < 400 else max(1, 8000 // most)
     friendly = importlib.import_module("tessara.friendly")
     assert friendly.StreamCalculation.streams == {}
     return sweep
@@ -192,7 +194,7 @@ def main() -> None:
     parser.add_argument("what", choices=["methods", "import"])
     parser.add_argument("--extension", type=Path, required=True)
     parser.add_argument("--core", choices=["standin", "real"], default="standin")
-    parser.add_argument("--stride", type=int, default=1, help="1: every call fails, 2: every other")
+    parser.add_argument("--most", type=int, default=10**6, help="failures within one action")
     options = parser.parse_args()
     faulthandler.enable()
     warnings.simplefilter("ignore")
@@ -209,9 +211,9 @@ def main() -> None:
         try:
             with contextlib.redirect_stdout(friendly_calls.Sink()):
                 if options.what == "import":
-                    sweep = sweep_import(library, options.stride)
+                    sweep = sweep_import(library, options.most)
                 else:
-                    sweep = sweep_methods(library, options.stride, root)
+                    sweep = sweep_methods(library, options.most, root)
         finally:
             os.chdir(here)
     json.dump({"failures": sweep.failures, "wrong": sweep.wrong}, console)

@@ -39,7 +39,6 @@ def right(friendly, library, dat, tmp_path):
 def repeat(friendly, library, core, right):
     """`repeat(action, n)`: the outcome of the action, the n-th operation of which fails."""
     module_before = dict(vars(friendly))
-    library.error = core.TessaraError("library text")
     answers = []
     library.instead["hxmap"] = library.instead["hxmapl"] = lambda *a: bool(
         answers and answers.pop()
@@ -48,6 +47,8 @@ def repeat(friendly, library, core, right):
     def run(action, failing=None):
         vars(friendly).update(module_before)
         library.fail_at = None
+        library.error = core.TessaraError("library text")
+        library.units.clear()
         right.make_streams()
         library.calls.clear()
         library.list_number = 6

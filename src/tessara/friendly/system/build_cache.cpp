@@ -85,15 +85,35 @@ void build_phases() {
     }
 }
 
-/// The mass fraction of a component in a constituent: the product first, then the division, which
-/// exact floats get without the interpreter's detour and with the same bits.
+/// The mass fraction of a component in a constituent: the product first, then the division.
 Ref mass_fraction(Borrowed mm_sc, Borrowed stoich, Borrowed mm_pc) {
-    if (PyFloat_CheckExact(mm_sc.get()) && PyFloat_CheckExact(stoich.get()) &&
-        PyFloat_CheckExact(mm_pc.get())) {
-        return number(PyFloat_AS_DOUBLE(mm_sc.get()) * PyFloat_AS_DOUBLE(stoich.get()) /
-                      PyFloat_AS_DOUBLE(mm_pc.get()));
-    }
     return quotient(product(mm_sc, stoich), mm_pc);
+}
+
+/// What `fill_composition` does with one coefficient, where that runs no code of anybody else's:
+/// exact floats, indexes and names. Then nothing can change what has been looked up, and the bits
+/// are the same. Most of the time of a load goes by here. False: nothing is done yet.
+bool filled_plainly(const Ref& entry, Borrowed i_sc, const Ref& stoich, const Ref& mm_pc) {
+    if (!PyLong_CheckExact(i_sc.get())) {
+        return false;
+    }
+    const Ref sc = sc_entry(i_sc);
+    const Ref mm_sc = item(sc, names::mm);
+    const Ref name = item(sc, names::name);
+    if (!PyFloat_CheckExact(stoich.get()) || !PyFloat_CheckExact(mm_pc.get()) ||
+        !PyFloat_CheckExact(mm_sc.get()) || !PyUnicode_CheckExact(name.get())) {
+        return false;
+    }
+    const double mm = PyFloat_AS_DOUBLE(mm_pc.get());
+    const Ref y = number(
+        mm > 0.0 ? PyFloat_AS_DOUBLE(mm_sc.get()) * PyFloat_AS_DOUBLE(stoich.get()) / mm : 0.0);
+    const Ref by_sc = item(entry, names::stoich);
+    const Ref y_by_sc = item(entry, names::y_scs);
+    for (PyObject* key : {i_sc.get(), name.get()}) {
+        checked(PyDict_SetItem(by_sc.get(), key, stoich.get()));
+        checked(PyDict_SetItem(y_by_sc.get(), key, y.get()));
+    }
+    return true;
 }
 
 /// Fills "stoich" and "y_scs" of a constituent, for each component under index and name.
@@ -101,7 +121,10 @@ void fill_composition(const Ref& entry, const Ref& stoich_mm, Borrowed i_pc) {
     for (const Ref& i_sc : IndexRange(count_of_scs())) {
         const Ref stoich = item(part(item(stoich_mm, i_pc), 0), i_sc);
         const Ref mm_pc = item(entry, names::mm);
-        const Ref y = is_positive(mm_pc)
+        if (filled_plainly(entry, i_sc, stoich, mm_pc)) {
+            continue;
+        }
+        const Ref y = compare(mm_pc, number(0.0), Py_GT)
                           ? mass_fraction(item(sc_entry(i_sc), names::mm), stoich, mm_pc)
                           : number(0.0);
         const Ref by_sc = item(entry, names::stoich);
