@@ -66,6 +66,7 @@ struct Traits<Result_(Parameters...)> {
     BODY(name, a, b, c, d, e)
 
 // clang-format off
+FAULT_4(PyCMethod_New)
 FAULT_1(PyDict_Copy)
 FAULT_0(PyDict_New)
 FAULT_2(PyDict_GetItemWithError)
@@ -123,6 +124,7 @@ FAULT_4(PyObject_VectorcallMethod)
 FAULT_2(PySequence_Contains)
 FAULT_2(PySequence_GetItem)
 FAULT_1(PySequence_List)
+FAULT_2(PySequence_Repeat)
 FAULT_1(PySequence_Size)
 FAULT_1(PySequence_Tuple)
 FAULT_1(PyTuple_New)
