@@ -25,9 +25,17 @@ void bind_globals(Borrowed module) {
 
 Ref global(const Name& name) {
     const Globals& scopes = globals();
+    Found& last = name.last_global();
+    const std::uint64_t version = version_of(scopes.own.get());
+    if (version != 0 && version == last.version) {
+        return Ref::borrow(last.value);
+    }
     for (const Ref* scope : {&scopes.own, &scopes.builtins}) {
         Ref found = Ref::borrow(PyDict_GetItemWithError(scope->get(), name.get()));
         if (found) {
+            if (scope == &scopes.own) {
+                last = {version, 0, found.get()};
+            }
             return found;
         }
         throw_if_set();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "friendly/python/ref.hpp"
+#include "friendly/python/versions.hpp"
 
 namespace tessara::friendly {
 
@@ -20,9 +21,15 @@ public:
         return object_;
     }
 
+    /// What the name stood for last, as a global of the module and as an attribute.
+    Found& last_global() const noexcept { return last_global_; }
+    Found& last_attribute() const noexcept { return last_attribute_; }
+
 private:
     const char* text_;
     mutable PyObject* object_ = nullptr;
+    mutable Found last_global_;
+    mutable Found last_attribute_;
 };
 
 } // namespace tessara::friendly

@@ -48,39 +48,57 @@ bool searches_as_type(PyTypeObject* meta) {
            _PyType_Lookup(&PyType_Type, getattribute.get());
 }
 
+/// What a module holds goes before what its type has, but for the few names in it that belong to
+/// the type: those of this kind begin with two underscores. Empty where it holds no such thing.
+Ref attribute_of_module(PyObject* module, const Name& name) {
+    PyObject* held = PyModule_GetDict(module);
+    Found& last = name.last_attribute();
+    const std::uint64_t version = version_of(held);
+    if (version != 0 && version == last.version && last.meta_version == 0) {
+        return Ref::borrow(last.value);
+    }
+    Ref found = Ref::borrow(PyDict_GetItemWithError(held, name.get()));
+    if (found) {
+        last = {version, 0, found.get()};
+    } else {
+        throw_if_set();
+    }
+    return found;
+}
+
+/// A plain value that the class holds or inherits, under a name that its metaclass leaves alone:
+/// enumeration members are. Empty for all else.
+Ref plain_attribute_of_class(PyTypeObject* owner, const Name& name) {
+    PyTypeObject* meta = Py_TYPE(owner);
+    Found& last = name.last_attribute();
+    if (const std::uint64_t version = version_of(owner); version != 0 && version == last.version &&
+                                                         last.meta_version != 0 &&
+                                                         last.meta_version == version_of(meta)) {
+        return Ref::borrow(last.value);
+    }
+    if (!searches_as_type(meta) || _PyType_Lookup(meta, name.get()) != nullptr) {
+        return {};
+    }
+    Ref found = Ref::borrow(_PyType_Lookup(owner, name.get()));
+    if (!found || Py_TYPE(found.get())->tp_descr_get != nullptr) {
+        return {};
+    }
+    // A search numbers what it searches, so the numbers are those of the present states.
+    last = {version_of(owner), version_of(meta), found.get()};
+    return found;
+}
+
 } // namespace
 
 Ref module_or_class_attribute(Borrowed object, const Name& name) {
-    static constinit const Name getattr{"__getattr__"};
     PyObject* owner = object.get();
+    Ref found;
     if (PyModule_CheckExact(owner)) {
-        // What a module holds goes before what its type has, but for the few names in it that
-        // belong to the type: those of this kind begin with two underscores.
-        Ref found = Ref::borrow(PyDict_GetItemWithError(PyModule_GetDict(owner), name.get()));
-        if (found) {
-            return found;
-        }
-        throw_if_set();
-    } else if (PyType_Check(owner) && searches_as_type(Py_TYPE(owner))) {
-        Ref found = Ref::steal(PyType_Type.tp_getattro(owner, name.get()));
-        if (found) {
-            return found;
-        }
-        if (PyErr_ExceptionMatches(PyExc_AttributeError) == 0) {
-            throw PythonError{};
-        }
-        PyObject* failure[3];
-        PyErr_Fetch(&failure[0], &failure[1], &failure[2]); // a look-up in types clears what is set
-        Ref type = Ref::steal(failure[0]);
-        Ref value = Ref::steal(failure[1]);
-        Ref trace = Ref::steal(failure[2]);
-        if (const Ref fallback = special_method(object, getattr)) {
-            return call(fallback, name);
-        }
-        PyErr_Restore(type.release(), value.release(), trace.release());
-        throw PythonError{};
+        found = attribute_of_module(owner, name);
+    } else if (PyType_Check(owner)) {
+        found = plain_attribute_of_class(reinterpret_cast<PyTypeObject*>(owner), name);
     }
-    return attribute(object, name);
+    return found ? std::move(found) : attribute(object, name);
 }
 
 Ref special_method(Borrowed object, const Name& name) {
