@@ -31,6 +31,10 @@ SANITIZED = PYTHONPATH=$(SANITIZED_SITE) PYTHONMALLOC=malloc ASAN_OPTIONS=detect
 PYTEST = pytest -n auto -p no:benchmark
 
 .NOTPARALLEL:
+# What calls the compiled modules in many ways; `test-long` runs all that reaches them.
+SANITIZED_TESTS = tests/basic tests/friendly tests/system/test_classes.py \
+	tests/system/test_queries.py tests/system/test_result_objects.py tests/system/test_streams.py
+
 .PHONY: demo test test-python test-sanitized test-long test-release test-fuzz lint benchmark clean
 
 demo: $(VENV)/package
@@ -51,8 +55,9 @@ test-sanitized: $(VENV)/test-tools
 	cp -R src/tessara $(SANITIZED_SITE)
 	$(BIN)/cmake --install build/sanitize --component python --prefix $(SANITIZED_SITE)
 	$(SANITIZED) TESSARA_FRIENDLY_FAULTS="$(SANITIZED_FAULTS)" \
-		$(BIN)/$(PYTEST) tests/basic tests/friendly tests/system
+		$(BIN)/$(PYTEST) $(SANITIZED_TESTS)
 
+test-long: SANITIZED_TESTS = tests/basic tests/friendly tests/system
 test-long: test test-release test-fuzz
 	$(BIN)/pytest -m long
 
