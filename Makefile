@@ -28,13 +28,13 @@ SANITIZED = PYTHONPATH=$(SANITIZED_SITE) PYTHONMALLOC=malloc ASAN_OPTIONS=detect
 	LD_PRELOAD="$$($(CXX) -print-file-name=libasan.so) $$($(CXX) -print-file-name=libubsan.so)"
 
 # Tests run side by side; benchmarks have a run of their own.
-PYTEST = pytest -n auto --dist worksteal -p no:benchmark
+PYTEST = pytest -n auto -p no:benchmark
 
+.NOTPARALLEL:
 # What calls the compiled modules in many ways; `test-long` runs all that reaches them.
 SANITIZED_TESTS = tests/basic tests/friendly tests/system/test_classes.py \
 	tests/system/test_queries.py tests/system/test_result_objects.py tests/system/test_streams.py
 
-.NOTPARALLEL:
 .PHONY: demo test test-python test-sanitized test-long test-release test-fuzz lint benchmark clean
 
 demo: $(VENV)/package
@@ -101,6 +101,7 @@ $(ENVIRONMENT):
 	touch $@
 
 $(VENV)/package: $(ENVIRONMENT) $(SOURCES)
+	$(BIN)/pip install --quiet 'click>=8.1'
 	PATH="$(abspath $(BIN)):$$PATH" $(BIN)/pip install --no-build-isolation --no-deps --force-reinstall .
 	touch $@
 

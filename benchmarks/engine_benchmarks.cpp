@@ -156,7 +156,7 @@ void redlich_kister(benchmark::State& state) {
     for (std::size_t i = 0; i < n; ++i) {
         all[i] = i;
     }
-    const auto evaluator = model.evaluator(all);
+    const auto evaluator = model.evaluator({}, all);
     TemperatureTerms at;
     at.set(1000.0);
     evaluator->set_state(at, 1.0);

@@ -72,9 +72,13 @@ CALLS = {
     "hxstxp": (("feed", StreamVariable.H), "sm", 0),
     "certificate": ((), "", 0),
     "composition_sets": ((0,), "i", 0),
+    "internal_fractions": ((0,), "i", 0),
     "configure": ((ConfigurationOption.SAMPLING, 2), "mo", 0),
     "configuration": ((ConfigurationOption.SAMPLING,), "m", 0),
     "constituent_data": ((0, 0, PhaseConstituentData.H, 400.0), "iimt", 1),
+    "findings": (("DATA",), "p", 0),
+    "finding_rules": ((), "", 0),
+    "description": (("DATA",), "p", 0),
 }
 # These say that they belong to what is not supported yet.
 NOT_YET = {"hxopnt", "hxrtdf", "hxgtrh", "hxmap", "hxmapl", "hxsttp", "hxstca", "hxstec", "hxstxp"}
@@ -237,7 +241,8 @@ def test_both_names_of_a_status_are_one(hx, lab, gas_over_solid):
 
 PHASE = [
     ("hxgnp", 0), ("hxmodl", 0), ("hxnopc", 0), ("hxgnpc", 0), ("hxstpc", 0), ("hxgsp", 0),
-    ("hxcsp", 0), ("hxgspc", 0), ("hxcspc", 0), ("composition_sets", 0), ("constituent_data", 0),
+    ("hxcsp", 0), ("hxgspc", 0), ("hxcspc", 0), ("composition_sets", 0),
+    ("internal_fractions", 0), ("constituent_data", 0),
     ("hxstca", 1),
 ]  # fmt: skip
 CONSTITUENT = [

@@ -79,6 +79,8 @@ def test_own_operations_are_refused_after_a_failure(hx, failed):
         hx.certificate()
     with pytest.raises(TessaraError, match="the last calculation failed"):
         hx.composition_sets(0)
+    with pytest.raises(TessaraError, match="the last calculation failed"):
+        hx.internal_fractions(0)
 
 
 def test_places_are_checked_after_a_failure_too(failed):

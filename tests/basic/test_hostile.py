@@ -245,7 +245,8 @@ def test_random_arguments_end_in_exceptions_or_results(hx, lab, gas_over_solid, 
     enumerations = [e for e in vars(core).values() if isinstance(e, EnumMeta)]
     members = [member for enumeration in enumerations for member in enumeration]
     names = [n for n in dir(hx) if n.startswith("hx") or n in ("configure", "configuration")]
-    names += ["certificate", "composition_sets", "constituent_data"]
+    names += ["certificate", "composition_sets", "constituent_data", "internal_fractions"]
+    names += ["findings", "finding_rules", "description"]
     file = lab.folder / "random.dat"
     file.write_text(gas_over_solid.text())
     folder = lab.folder / "out"

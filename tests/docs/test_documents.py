@@ -41,7 +41,7 @@ def test_no_block_escapes_the_tests() -> None:
         text = document.read_text(encoding="utf-8")
         languages = re.findall(r"^```(\w+)$", text, re.MULTILINE)
         assert set(languages) <= {"console", "pycon", "text"}, document
-    known = {"make", "pip", "python"}
+    known = {"make", "pip", "python", "tessara"}
     assert set().union(*(commands(program) for program in known)) == {
         line.removeprefix("$ ")
         for document in DOCUMENTS
@@ -80,6 +80,22 @@ def test_python_commands(command: str, tmp_path: Path) -> None:
     if "tessara.convert" in command:
         made = tmp_path / shlex.split(command)[-1]
         assert made.read_bytes() == (ROOT / "src/tessara/data" / made.name).read_bytes()
+
+
+@pytest.mark.parametrize(
+    "document", [d for d in DOCUMENTS if "$ tessara " in d.read_text("utf-8")], ids=lambda d: d.name
+)
+def test_tessara_commands(document: Path, tmp_path: Path) -> None:
+    """In the order of the document and in one folder, as each may use what another has made."""
+    (tmp_path / "src").symlink_to(ROOT / "src")
+    text = document.read_text(encoding="utf-8")
+    for command in re.findall(r"^\$ (tessara .*)$", text, re.MULTILINE):
+        printed = run([sys.executable, "-m", *shlex.split(command)], tmp_path)
+        shown = re.search(
+            rf"^\$ {re.escape(command)}\n```\n\n```text\n(.*?)^```$", text, re.M | re.S
+        )
+        if shown is not None:
+            assert printed == shown.group(1), command
 
 
 @pytest.mark.long

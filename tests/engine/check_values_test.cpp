@@ -190,7 +190,7 @@ void check_mixture(const System& system, const char* phase, const MixtureState& 
         all.push_back(c);
         log_x.push_back(std::log(state.x[c]));
     }
-    const auto evaluator = system.phases[i].model->evaluator(all);
+    const auto evaluator = system.phases[i].model->evaluator(system.phases[i].constituents, all);
     evaluator->set_state(terms, state.p);
     std::vector<ThermalValue> partial(all.size());
     ThermalValue g = evaluator->mixing_thermal(state.x, log_x, partial);

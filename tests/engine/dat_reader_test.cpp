@@ -150,7 +150,7 @@ TEST(DatReader, HonoursTheListsOfTerms) {
     EXPECT_EQ(c[0], 7.0);
     EXPECT_EQ(c[1], 0.0);
     const std::size_t all[] = {0, 1};
-    const auto evaluator = system->phases[0].model->evaluator(all);
+    const auto evaluator = system->phases[0].model->evaluator(system->phases[0].constituents, all);
     TemperatureTerms terms = system->terms();
     terms.set(100.0);
     const double x[] = {0.5, 0.5};
@@ -276,16 +276,20 @@ TEST(DatReader, NamesLineColumnAndMistakeOfEachFault) {
          "test.dat, line 13, column 1: expected type code 1 to 24 of 'MELT', found 'RKMP' (phase "
          "'GAS')"},
         {"unknown phase type", with_line(13, "RKMQ"),
-         "test.dat, line 13, column 1: expected phase type (IDMX, RKMP, RKMPM), found 'RKMQ' "
+         "test.dat, line 13, column 1: expected phase type (IDMX, RKMP, RKMPM, QKTO, SUBL, SUBLM, "
+         "SUBM, SUBI, SUBG, "
+         "SUBQ), found 'RKMQ' "
          "(phase "
          "'MELT')"},
         {"number for a phase type", with_line(8, "1"),
-         "test.dat, line 8, column 1: expected phase type (IDMX, RKMP, RKMPM), found '1' (phase "
+         "test.dat, line 8, column 1: expected phase type (IDMX, RKMP, RKMPM, QKTO, SUBL, SUBLM, "
+         "SUBM, SUBI, SUBG, "
+         "SUBQ), found '1' (phase "
          "'GAS'); the gas is always counted, as the first solution phase, also where its count is "
          "0"},
-        {"model to come", with_line(13, "SUBG"),
-         "test.dat, line 13, column 1: phase 'MELT' has the model SUBG, which is not supported "
-         "(supported: IDMX, RKMP, RKMPM)"},
+        {"model without rule", with_line(13, "PITZ"),
+         "test.dat, line 13, column 1: phase 'MELT' has the model PITZ, which is not supported "
+         "(supported: IDMX, RKMP, RKMPM, QKTO, SUBL, SUBLM, SUBM, SUBI, SUBG, SUBQ)"},
         {"gas that is not ideal", with_line(8, "RKMP"),
          "test.dat, line 8, column 1: the gas phase 'GAS' has the model RKMP; a gas can only be "
          "ideal (IDMX)"},

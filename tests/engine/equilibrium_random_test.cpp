@@ -102,7 +102,7 @@ void expect_equal_potentials(const System& system, const Equilibrium& result, co
         }
         std::vector<double> own(active.size(), 0.0);
         if (phase.model) {
-            const auto evaluator = phase.model->evaluator(active);
+            const auto evaluator = phase.model->evaluator(phase.constituents, active);
             evaluator->set_state(terms, result.p / ReferencePressure);
             std::vector<double> gradient(active.size());
             std::vector<double> hessian(active.size() * active.size());

@@ -188,7 +188,7 @@ protected:
     void SetUp() override {
         const auto [seed, magnetic] = GetParam();
         phase_ = random_phase(seed, magnetic);
-        evaluator_ = phase_.model->evaluator(All);
+        evaluator_ = phase_.model->evaluator({}, All);
         random_.seed(seed + 1000);
     }
 
@@ -196,7 +196,7 @@ protected:
     double gibbs(const std::vector<double>& x, double t, double p) {
         TemperatureTerms terms;
         terms.set(t);
-        const auto evaluator = phase_.model->evaluator(All);
+        const auto evaluator = phase_.model->evaluator({}, All);
         evaluator->set_state(terms, p);
         return GasConstant * t * evaluator->mixing(x, logarithms(x));
     }
@@ -321,7 +321,7 @@ TEST_P(RedlichKisterLaws, TracesKeepTheirDerivatives) {
 TEST_P(RedlichKisterLaws, RestrictingTheConstituentsIsLeavingThemOut) {
     phase_.terms.set(900.0);
     const std::size_t two[] = {0, 2};
-    const auto restricted = phase_.model->evaluator(two);
+    const auto restricted = phase_.model->evaluator({}, two);
     restricted->set_state(phase_.terms, 1.0);
     evaluator_->set_state(phase_.terms, 1.0);
     const double x2[] = {0.3, 0.7};
@@ -348,8 +348,8 @@ TEST(RedlichKisterModel, DoesNotDependOnTheOrderOfItsConstituents) {
     TemperatureTerms terms;
     terms.set(1100.0);
     const std::size_t all[] = {0, 1, 2};
-    const auto e1 = first.evaluator(all);
-    const auto e2 = second.evaluator(all);
+    const auto e1 = first.evaluator({}, all);
+    const auto e2 = second.evaluator({}, all);
     e1->set_state(terms, 1.0);
     e2->set_state(terms, 1.0);
     const std::vector<double> x = {0.5, 0.3, 0.2};
@@ -360,7 +360,7 @@ TEST(RedlichKisterModel, DoesNotDependOnTheOrderOfItsConstituents) {
 TEST(RedlichKisterModel, WithoutParametersIsIdeal) {
     const RedlichKisterModel model(2, {}, std::nullopt);
     const std::size_t all[] = {0, 1};
-    EXPECT_EQ(model.evaluator(all)->curvature(), Curvature::Ideal);
+    EXPECT_EQ(model.evaluator({}, all)->curvature(), Curvature::Ideal);
 }
 
 TEST(RedlichKisterModel, IsEqualWhereAllParametersAre) {

@@ -189,7 +189,7 @@ double gibbs_of_state(const System& system, double t, double p_bar,
                 log_x.push_back(std::log(x.back()));
             }
         }
-        const auto evaluator = phase.model->evaluator(active);
+        const auto evaluator = phase.model->evaluator(phase.constituents, active);
         evaluator->set_state(terms, p_bar);
         total += n * evaluator->mixing(x, log_x);
     }

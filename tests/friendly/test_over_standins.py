@@ -17,11 +17,7 @@ from pathlib import Path
 import pytest
 
 FOLDER = Path(__file__).parent / "over_standins"
-# Those that take longest come first, so that no other process waits for them at the end.
-LONGEST = ("test_references.py", "test_hostile.py")
-FILES = sorted(
-    (path.name for path in FOLDER.glob("test_*.py")), key=lambda name: (name not in LONGEST, name)
-)
+FILES = sorted(path.name for path in FOLDER.glob("test_*.py"))
 
 
 @pytest.mark.parametrize("core", ["standin", "real"])

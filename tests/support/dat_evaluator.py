@@ -54,7 +54,8 @@ class Record:
 
     def magnetic_part(self, T):
         """G of magnetism and its first two derivatives to T (M. Hillert, M. Jarl, 1978)."""
-        if not self.magnetic:
+        # Two numbers are those of a constituent; what comes of them its phase says.
+        if len(self.magnetic) < 4:
             return 0.0, 0.0, 0.0
         Tc, beta, f, p = self.magnetic
         Tc, beta = (value if value >= 0 else -f * value for value in (Tc, beta))
@@ -75,10 +76,88 @@ class Record:
         return k * T * g, k * (g + t * g1), k * (2 * g1 / Tc + t * g2 / Tc)
 
 
-class DataFile:
-    """The records of a data file that has a gas, Redlich-Kister phases and pure phases.
+def magnetic_G(T, Tc, beta, f, p):
+    """G of magnetism of a phase with these numbers."""
+    return Record("", {}, [], (Tc, beta, f, p)).magnetic_part(T)[0] if Tc else 0.0
 
-    A record goes by its name (pure phases first, then the gas), or by PHASE:SPECIES.
+
+@dataclass
+class Sublattices:
+    """A phase of the compound energy formalism: end members, sites, names, and parameters.
+
+    A substitutional solution is one sublattice with one site.
+    """
+
+    species: dict[str, Record]
+    sites: list[float]
+    names: list[list[str]]
+    members: list[tuple[int, ...]]
+    interactions: list[tuple[list[int], list[list[float]]]]
+    lattice: tuple[float, float] | None = None
+    magnetic_interactions: tuple = ()
+
+    def G(self, T, y):
+        """J per formula unit at site fractions y, a list for each sublattice."""
+        ideal = (
+            R
+            * T
+            * sum(
+                a * n * math.log(n) for a, row in zip(self.sites, y, strict=True) for n in row if n
+            )
+        )
+        records = list(self.species.values())
+        G = ideal + self._reference(y, [one.G(T) for one in records])
+        G += self._excess(y, self.interactions, lambda c: _coefficient(c, T))
+        if self.lattice is None:
+            return G
+        numbers = []
+        for k in (0, 1):
+            pure = [one.magnetic[k] if one.magnetic else 0.0 for one in records]
+            mixed = self._excess(y, self.magnetic_interactions, lambda c, k=k: c[k])
+            numbers.append(self._reference(y, pure) + mixed)
+        return G + magnetic_G(T, *numbers, *self.lattice)
+
+    def _reference(self, y, values):
+        return sum(
+            value * math.prod(row[place] for row, place in zip(y, member, strict=True))
+            for member, value in zip(self.members, values, strict=True)
+        )
+
+    def _excess(self, y, interactions, value):
+        total = 0.0
+        flat = [n for row in y for n in row]
+        lattice = [s for s, row in enumerate(y) for _ in row]
+        for places, sets in interactions:
+            named = [[flat[p - 1] for p in places if lattice[p - 1] == s] for s in range(len(y))]
+            mixing = [group for group in named if len(group) > 1]
+            product = math.prod(flat[p - 1] for p in places)
+            for z, c in enumerate(sets):
+                total += product * value(c) * self._factor(mixing, z, len(sets))
+        return total
+
+    @staticmethod
+    def _factor(mixing, z, count):
+        shape = [len(group) for group in mixing]
+        if shape == [2]:
+            return (mixing[0][0] - mixing[0][1]) ** z
+        if shape == [3] and count == 3:
+            return mixing[0][z] + (1 - sum(mixing[0])) / 3
+        if shape == [2, 2] and z:
+            a, b = mixing[z % 2]
+            return (a - b) ** ((z + 1) // 2)
+        return 1.0
+
+
+def _coefficient(c, T):
+    values = (1, T, T * math.log(T), T**2, T**3, 1 / T)
+    return sum(one * value for one, value in zip(c, values, strict=True))
+
+
+class DataFile:
+    """The records of a data file that has a gas, mixtures and pure phases.
+
+    Mixtures are ideal, Redlich-Kister phases, or those of the compound energy formalism. A record
+    goes by its name (pure phases first, then the gas), or by PHASE:SPECIES.
     """
 
     R = R
@@ -95,17 +174,28 @@ class DataFile:
         assert self._integers(7) == [6, 1, 2, 3, 4, 5, 6]
         assert self._integers(7) == [6, 1, 2, 3, 4, 5, 6]
         self.gas, self.solutions, self.pure = {}, {}, {}
+        self.mixtures = {}
         for slot, count in enumerate(counts[:-1]):
             if count == 0:
                 continue
             name, model = self._line(), self._line()
+            lattice = tuple(self._numbers(2)) if model.endswith("M") else None
             species = {r.name: r for r in (self._record(pure=False) for _ in range(count))}
             if slot == 0:
                 assert model == "IDMX"
                 self.gas = species
-            else:
-                assert model == "RKMP"
-                self.solutions[name] = (species, self._interactions())
+                continue
+            assert model in ("IDMX", "RKMP", "RKMPM", "SUBL", "SUBLM")
+            sites, names, members = [1.0], [list(species)], [(k,) for k in range(count)]
+            if model.startswith("SUBL"):
+                sites, names, members = self._sublattices(count)
+            magnetic = self._interactions(2) if lattice else ()
+            interactions = [] if model == "IDMX" else self._interactions()
+            if model == "RKMP":
+                self.solutions[name] = (species, interactions)
+            self.mixtures[name] = Sublattices(
+                species, sites, names, members, interactions, lattice, magnetic
+            )
         for _ in range(counts[-1]):
             record = self._record(pure=True)
             assert record.name not in self.pure
@@ -132,7 +222,7 @@ class DataFile:
         return [float(word) for word in self._words(count)]
 
     def _record(self, pure):
-        name = self._line()
+        name = self._line().split()[0]
         start = self._words(2 + len(self.components))
         code, count = int(start[0]), int(start[1])
         amounts = {c: float(a) for c, a in zip(self.components, start[2:], strict=True) if float(a)}
@@ -149,11 +239,18 @@ class DataFile:
         magnetic = tuple(self._numbers(4 if pure else 2)) if code > 12 else ()
         return Record(name, amounts, ranges, magnetic)
 
-    def _interactions(self):
+    def _sublattices(self, count):
+        (number,) = self._integers(1)
+        sites, sizes = self._numbers(number), self._integers(number)
+        names = [self._words(size) for size in sizes]
+        tables = [self._integers(count) for _ in range(number)]
+        return sites, names, [tuple(k - 1 for k in row) for row in zip(*tables, strict=True)]
+
+    def _interactions(self, numbers=6):
         found = []
         while (n := self._integers(1)[0]) != 0:
             *places, sets = self._integers(n + 1)
-            found.append((places, [self._numbers(6) for _ in range(sets)]))
+            found.append((places, [self._numbers(numbers) for _ in range(sets)]))
         return found
 
     def find(self, name):
@@ -178,8 +275,7 @@ class DataFile:
             a, b = place[first - 1], place[second - 1]
             d = x[a] - x[b]
             for k, c in enumerate(orders):
-                values = (1, T, T * math.log(T), T**2, T**3, 1 / T)
-                L = sum(one * value for one, value in zip(c, values, strict=True))
+                L = _coefficient(c, T)
                 bend = k * d ** (k - 1) if k else 0.0
                 G += L * x[a] * x[b] * d**k
                 slope[a] += L * (x[b] * d**k + x[a] * x[b] * bend)

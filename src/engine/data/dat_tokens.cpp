@@ -37,6 +37,24 @@ std::vector<std::string_view> split_lines(std::string_view text) {
     return lines;
 }
 
+/// The words of a line between blanks.
+std::vector<Token> split_words(std::string_view line, int number) {
+    std::vector<Token> words;
+    for (std::size_t at = 0; at < line.size();) {
+        while (at < line.size() && is_blank(line[at])) {
+            ++at;
+        }
+        const std::size_t begin = at;
+        while (at < line.size() && !is_blank(line[at])) {
+            ++at;
+        }
+        if (begin < at) {
+            words.push_back({line.substr(begin, at - begin), number, static_cast<int>(begin) + 1});
+        }
+    }
+    return words;
+}
+
 /// Quotes what was found, cut to a length that keeps the message on one line.
 std::string quoted(std::string_view text) {
     constexpr std::size_t most = 40;
@@ -284,6 +302,16 @@ Token DatTokens::word(const std::string& what) {
     return *token;
 }
 
+Token DatTokens::letter(const std::string& what) {
+    Token token = word(what);
+    const bool number_follows = token.text.size() > 1 && parse_number(token.text.substr(1));
+    if (number_follows) {
+        column_ -= token.text.size() - 1;
+        token.text = token.text.substr(0, 1);
+    }
+    return token;
+}
+
 std::optional<double> DatTokens::next_number() {
     failed_ = next_in_record();
     return failed_ ? parse_number(failed_->text) : std::nullopt;
@@ -309,19 +337,7 @@ std::optional<NameLine> DatTokens::next_name_line(std::string& hint) {
     }
     const std::string_view line = lines_[line_];
     const int number = static_cast<int>(line_) + 1;
-    std::vector<Token> words;
-    for (std::size_t at = 0; at < line.size();) {
-        while (at < line.size() && is_blank(line[at])) {
-            ++at;
-        }
-        const std::size_t begin = at;
-        while (at < line.size() && !is_blank(line[at])) {
-            ++at;
-        }
-        if (begin < at) {
-            words.push_back({line.substr(begin, at - begin), number, static_cast<int>(begin) + 1});
-        }
-    }
+    const std::vector<Token> words = split_words(line, number);
     ++line_;
     column_ = 0;
     taken_ = false;
@@ -366,6 +382,51 @@ std::optional<NameLine> DatTokens::next_name_line(std::string& hint) {
     return result;
 }
 
+std::vector<std::string> DatTokens::name_list(const std::function<std::string(std::size_t)>& what,
+                                              std::size_t count) {
+    constexpr std::size_t per_line = 3;
+    drop_rest();
+    std::vector<std::string> names;
+    while (names.size() < count) {
+        if (!seek_line()) {
+            fail_expected(what(names.size()), std::nullopt);
+        }
+        const std::string_view line = lines_[line_];
+        const int number = static_cast<int>(line_) + 1;
+        std::vector<Token> words = split_words(line, number);
+        const std::size_t expected = std::min(per_line, count - names.size());
+        if (words.size() > expected) {
+            // Names that hold blanks: their fields decide, if each has one.
+            std::vector<Token> fields;
+            for (std::size_t k = 0; k < expected && k * NameWidth < line.size(); ++k) {
+                const std::string_view field = trim(line.substr(k * NameWidth, NameWidth));
+                if (!field.empty()) {
+                    fields.push_back(
+                        {field, number, static_cast<int>(field.data() - line.data()) + 1});
+                }
+            }
+            if (fields.size() == expected) {
+                words = std::move(fields);
+            } else {
+                words.resize(expected);
+            }
+            note(number, words.back().column,
+                 "more words than the " + std::to_string(expected) + " names of this line");
+        }
+        for (const Token& word : words) {
+            last_ = word;
+            if (parse_number(word.text)) {
+                fail_expected(what(names.size()), word);
+            }
+            names.push_back(to_utf8(word.text));
+        }
+        ++line_;
+        column_ = 0;
+        taken_ = false;
+    }
+    return names;
+}
+
 std::optional<Token> DatTokens::after_end() {
     drop_rest();
     return peek();
@@ -391,8 +452,8 @@ void DatTokens::fail(const Token& at, const std::string& text) const {
     throw ReadError(file_, at.line, at.column, text);
 }
 
-void DatTokens::note(int line, int column, std::string text) {
-    notes_.push_back({line, column, std::move(text)});
+void DatTokens::note(int line, int column, std::string text, bool checked) {
+    notes_.push_back({line, column, std::move(text), checked});
 }
 
 } // namespace tessara

@@ -2,6 +2,7 @@
 
 #include "engine/data/read_error.hpp"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -82,6 +83,14 @@ public:
         fail_expected(said(what), failed_, hint);
     }
 
+    /// The letter that the next word begins with; a number may follow it without a blank.
+    Token letter(const std::string& what);
+
+    /// A list of names from a new line on, three to a line in fields of 25 columns as is usual.
+    /// `what(k)` says which name is asked for. Takes whole lines.
+    std::vector<std::string> name_list(const std::function<std::string(std::size_t)>& what,
+                                       std::size_t count);
+
     /// The next word of the record without taking it; nothing at the end of the file.
     std::optional<Token> peek();
 
@@ -92,7 +101,7 @@ public:
                                     const std::string& hint = {}) const;
     [[noreturn]] void fail(const Token& at, const std::string& text) const;
 
-    void note(int line, int column, std::string text);
+    void note(int line, int column, std::string text, bool checked = false);
     const std::vector<ReadNote>& notes() const { return notes_; }
     std::vector<ReadNote> take_notes() { return std::move(notes_); }
 

@@ -28,6 +28,15 @@ struct ReadNote {
     int line;
     int column;
     std::string text;
+    /// The check of systems finds it as well, and tells more.
+    bool checked = false;
+};
+
+/// Line of a record in its data file. Two records that differ in nothing else are the same.
+struct SourceLine {
+    int number = 0;
+
+    friend bool operator==(SourceLine, SourceLine) { return true; }
 };
 
 } // namespace tessara

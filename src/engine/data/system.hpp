@@ -4,7 +4,7 @@
 #include "engine/data/temperature_function.hpp"
 #include "engine/models/magnetism.hpp"
 #include "engine/models/model.hpp"
-#include "engine/models/redlich_kister.hpp"
+#include "engine/models/parameters.hpp"
 
 #include <array>
 #include <memory>
@@ -21,6 +21,8 @@ struct Component {
     std::string name;
     double molar_mass = 0.0; ///< g/mol
     bool electron = false;
+    int line = 0;      ///< of its name in the data file
+    int mass_line = 0; ///< of its molar mass
 };
 
 /// The magnetic data of a pure condensed phase.
@@ -85,6 +87,8 @@ public:
     std::vector<Constituent> dummies;
     /// What was accepted but looks suspicious.
     std::vector<ReadNote> notes;
+    /// Where the comment behind the data begins; 0 where there is none.
+    int comment_line = 0;
 
     bool has_gas() const { return !phases.empty() && phases.front().gas; }
     const ArraySizes& sizes() const { return sizes_; }

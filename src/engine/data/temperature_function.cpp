@@ -44,6 +44,19 @@ const TemperatureFunction::Range& TemperatureFunction::range_at(double t) const 
     return ranges_.back();
 }
 
+TemperatureFunction TemperatureFunction::scaled(double factor) const {
+    TemperatureFunction result = *this;
+    for (Range& range : result.ranges_) {
+        for (double& c : range.coefficients) {
+            c *= factor;
+        }
+        for (ExtraTerm& term : range.extra) {
+            term.coefficient *= factor;
+        }
+    }
+    return result;
+}
+
 double TemperatureFunction::value(const TemperatureTerms& at) const {
     const Range& range = range_at(at.t);
     double g = evaluate_six(range.coefficients, at);

@@ -75,10 +75,14 @@ public:
         double t_max;
         SixCoefficients coefficients;
         std::vector<ExtraTerm> extra;
+        int line = 0; ///< of its limit in the data file
     };
 
     void add_range(Range range) { ranges_.push_back(std::move(range)); }
     std::span<const Range> ranges() const { return ranges_; }
+
+    /// The function times a factor.
+    TemperatureFunction scaled(double factor) const;
 
     double value(const TemperatureTerms& at) const;
     ThermalValue with_derivatives(const TemperatureTerms& at) const;

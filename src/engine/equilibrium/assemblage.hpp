@@ -25,10 +25,11 @@ struct Feed {
     double amount;
 };
 
-/// A mixture phase, or one composition set of it, that is taken to be present.
+/// A mixture phase, or one composition set of it, that is taken to be present. The x are the
+/// fractions of its constituents, or its internal variables.
 struct MixtureSet {
     std::size_t block = 0;
-    double log_amount = 0.0;
+    double log_amount = 0.0; ///< ln of moles, or of units
     std::vector<double> x;
     std::vector<double> log_x;
 
@@ -150,6 +151,7 @@ private:
     void start_from_duals(std::span<const double> duals);
     void start_from_compositions();
     Outcome iterate();
+    void polish_balances(double good);
     void update_affinities(std::size_t first, std::size_t count);
     bool open_is_empty() const;
     void settle_far_balances();
@@ -168,8 +170,15 @@ private:
     bool falls_to_nothing();
     double pure_amount(std::size_t k, double& size) const;
     Outcome blame();
-    bool basis_is_good() const;
+    bool basis_is_good();
+    bool base_is_good(std::size_t block);
+    void sum_amounts(std::size_t block, std::vector<double>& sums) const;
+    void choose_bases_of_blocks();
+    double member_potential(const Block& block, const MixtureSet& set, std::size_t i);
+    void grow(MixtureSet& set, std::size_t at, double rest, std::span<double> amounts);
+    static void finish_growth(MixtureSet& set, double units);
     void close_balances();
+    void close_balance(std::size_t k);
     Outcome finish();
     void update_duals();
 
@@ -224,6 +233,7 @@ private:
     Eigen::PartialPivLU<Eigen::MatrixXd> lu_;
     TraceLevels levels_;
     std::vector<double> saved_;
+    std::vector<std::pair<std::size_t, double>> changes_;
     std::vector<MixtureSet> start_; ///< the mixture sets as they were when solving began
     std::vector<PureSet> kept_pure_;
     std::vector<MixtureSet> kept_mixtures_;

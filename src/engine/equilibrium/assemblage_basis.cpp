@@ -17,9 +17,32 @@ constexpr double MemberLag = 5.0;
 
 } // namespace
 
+/// Sum of the amounts of a block's variables over its sets.
+void Assemblage::sum_amounts(std::size_t block, std::vector<double>& sums) const {
+    sums.assign(system_->blocks[block].count, 0.0);
+    for (std::size_t f = 0; f < mixture_count; ++f) {
+        const MixtureSet& set = mixtures[f];
+        for (std::size_t i = 0; set.block == block && i < set.x.size(); ++i) {
+            sums[i] += set.amount() * set.x[i];
+        }
+    }
+}
+
+/// Counts the contents of phases with internal variables from the variables most abundant now.
+void Assemblage::choose_bases_of_blocks() {
+    for (std::size_t f = 0; f < mixture_count; ++f) {
+        const std::size_t b = mixtures[f].block;
+        if (system_->blocks[b].variables != nullptr) {
+            sum_amounts(b, size_);
+            system_->choose_base(b, size_);
+        }
+    }
+}
+
 /// Reservoirs, pure phases, then the constituents of mixtures by falling amount. Says whether all
 /// reservoirs and pure phases are independent; if not, `vanishing_` is the pure phase that is not.
 bool Assemblage::choose_basis() {
+    choose_bases_of_blocks();
     basis_.clear();
     rows_.reset(system_->component_count());
     for (std::size_t r = 0; r < reservoirs_->size(); ++r) {
@@ -29,7 +52,7 @@ bool Assemblage::choose_basis() {
     }
     for (std::size_t p = 0; p < pure.size(); ++p) {
         const std::size_t species = system_->blocks[pure[p].block].first;
-        if (!rows_.offer(system_->stoichiometry(species))) {
+        if (!rows_.offer(system_->exchange(species))) {
             vanishing_ = p;
             return false;
         }
@@ -52,7 +75,7 @@ bool Assemblage::choose_basis() {
         if (basis_.size() == nc) {
             break;
         }
-        if (rows_.offer(system_->stoichiometry(ranked.species))) {
+        if (rows_.offer(system_->exchange(ranked.species))) {
             basis_.push_back({Member::Kind::Mixture, ranked.species, ranked.set});
         }
     }
@@ -65,7 +88,7 @@ bool Assemblage::choose_basis() {
 void Assemblage::complete_basis() {
     const std::size_t nc = system_->component_count();
     for (std::size_t s = 0; s < system_->species().size() && basis_.size() < nc; ++s) {
-        if (rows_.offer(system_->stoichiometry(s))) {
+        if (rows_.offer(system_->exchange(s))) {
             basis_.push_back({Member::Kind::Open, s, 0});
         }
     }
@@ -104,7 +127,7 @@ void Assemblage::transform() {
     const std::span<const double> gibbs = system_->gibbs();
     size_.resize(r);
     for (std::size_t s = 0; s < species.size(); ++s) {
-        const double* row = system_->stoichiometry(s).data();
+        const double* row = system_->exchange(s).data();
         double* nu = &nu_[s * r];
         std::fill(size_.begin(), size_.end(), 0.0);
         for (std::size_t j = 0; j < r; ++j) {
@@ -176,12 +199,33 @@ bool Assemblage::open_is_empty() const {
                        [](double right) { return right == 0.0; });
 }
 
+/// Whether the base of a block's contents is still about the most abundant.
+bool Assemblage::base_is_good(std::size_t b) {
+    const Block& block = system_->blocks[b];
+    const Constraints& constraints = block.variables->constraints;
+    const bool charged = !constraints.charge.empty();
+    sum_amounts(b, size_);
+    for (std::size_t i = 0; i < block.count; ++i) {
+        const std::size_t base = block.base[constraints.group[i]];
+        const auto share = [&](std::size_t k) {
+            return size_[k] * (charged ? std::abs(constraints.charge[k]) : 1.0);
+        };
+        if (base != Species::None && share(i) > std::exp(MemberLag) * share(base)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 /// Whether each basis member is about as abundant as any species that could take its place. Where
 /// it is not, its balance is a difference of larger amounts and loses digits.
-bool Assemblage::basis_is_good() const {
+bool Assemblage::basis_is_good() {
     const std::size_t m = unknowns();
     for (std::size_t f = 0; f < mixture_count; ++f) {
         const Block& block = system_->blocks[mixtures[f].block];
+        if (block.variables != nullptr && !base_is_good(mixtures[f].block)) {
+            return false;
+        }
         for (std::size_t i = 0; i < block.count; ++i) {
             const double* nu = nu_row(block.first + i) + fixed_;
             for (std::size_t k = 0; k < m; ++k) {

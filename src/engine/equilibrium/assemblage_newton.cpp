@@ -32,6 +32,9 @@ constexpr int MostSlow = 8;
 constexpr double BlamedFall = 1.0;
 /// Largest growth of ln x of a constituent that is no trace, in one step.
 constexpr double MostGrowth = 2.0;
+/// Weight of the potential of a trace among the residuals; internal variables may be steep there.
+constexpr double TraceWeight = 1e-3;
+constexpr double VariableWeight = 0.1;
 /// Largest fall of ln(amount) in one step.
 constexpr double MostFall = 5.0;
 
@@ -45,6 +48,40 @@ void Assemblage::start_from_duals(std::span<const double> duals) {
         const std::span<const double> row = member_stoichiometry(basis_[k]);
         v_[k] = dot(row.data(), duals.data(), row.size()) - member_gibbs(basis_[k]);
     }
+}
+
+/// Potential of variable i of a general phase less its own G, from the phase's composition: of a
+/// constituent, or of what an internal variable holds in exchange.
+double Assemblage::member_potential(const Block& block, const MixtureSet& set, std::size_t i) {
+    gradient_.resize(block.count);
+    hessian_.resize(block.count * block.count);
+    const double m = block.evaluator->mixing(set.x, set.log_x, gradient_, hessian_);
+    const double whole = m - dot(set.x.data(), gradient_.data(), block.count);
+    if (block.variables == nullptr) {
+        return gradient_[i] + whole;
+    }
+    // The multipliers of what holds among the variables sum to `whole` over the groups; that of the
+    // base of each is such that what holds nothing has no potential.
+    const Constraints& constraints = block.variables->constraints;
+    const auto of_base = [&](std::size_t g) {
+        return gradient_[block.base[g]] / constraints.weight[block.base[g]];
+    };
+    if (!constraints.charge.empty()) {
+        const std::size_t base = block.base.front();
+        const double own = gradient_[i] + constraints.weight[i] * whole;
+        return base == Species::None
+                   ? own
+                   : own - constraints.charge[i] / constraints.charge[base] *
+                               (gradient_[base] + constraints.weight[base] * whole);
+    }
+    if (constraints.group[i] > 0) {
+        return gradient_[i] - constraints.weight[i] * of_base(constraints.group[i]);
+    }
+    double sum = whole;
+    for (std::size_t g = 1; g < constraints.groups; ++g) {
+        sum += of_base(g);
+    }
+    return gradient_[i] + constraints.weight[i] * sum;
 }
 
 /// Potentials of the members from the compositions of the sets that hold them.
@@ -61,10 +98,7 @@ void Assemblage::start_from_compositions() {
             v_[k] = set.log_x[i] + block.shift;
             continue;
         }
-        gradient_.resize(block.count);
-        hessian_.resize(block.count * block.count);
-        const double m = block.evaluator->mixing(set.x, set.log_x, gradient_, hessian_);
-        v_[k] = m + gradient_[i] - dot(set.x.data(), gradient_.data(), block.count);
+        v_[k] = member_potential(block, set, i);
     }
     for (std::size_t k = spanned_; k < rank_; ++k) {
         const std::span<const double> row = member_stoichiometry(basis_[k]);
@@ -154,15 +188,12 @@ double Assemblage::evaluate() {
             gradient_.resize(block.count);
             hessian_.resize(block.count * block.count);
             const double m = block.evaluator->mixing(set.x, set.log_x, gradient_, hessian_);
-            double mean = 0.0;
-            state.force = -m;
+            const std::span rho(rho_.data(), block.count);
+            search_->deviations(block, set.x, set.log_x, tau, gradient_, rho);
+            state.force = dot(set.x, tau) - m;
+            const double trace_weight = block.variables == nullptr ? TraceWeight : VariableWeight;
             for (std::size_t i = 0; i < block.count; ++i) {
-                state.force += set.x[i] * tau[i];
-                mean += set.x[i] * (tau[i] - gradient_[i]);
-            }
-            for (std::size_t i = 0; i < block.count; ++i) {
-                const double rho = tau[i] - gradient_[i] - mean;
-                state.mismatch += (set.x[i] + 1e-3) * rho * rho;
+                state.mismatch += (set.x[i] + trace_weight) * rho[i] * rho[i];
             }
         }
         norm += state.force * state.force + state.mismatch;
@@ -296,14 +327,11 @@ void Assemblage::respond(std::size_t f) {
     search_->prepare(block, set.x, set.log_x, !block.may_add_sets);
     const std::span<const double> gradient = search_->gradient();
     const std::span<double> responses(&responses_[sets_[f].first * (m + 1)], n * (m + 1));
-    double mean = 0.0;
-    for (std::size_t i = 0; i < n; ++i) {
-        mean += set.x[i] * (tau_[block.first + i] - gradient[i]);
-    }
+    search_->deviations(block, set.x, set.log_x, std::span(&tau_[block.first], n), gradient,
+                        std::span(rho_.data(), n));
     for (std::size_t i = 0; i < n; ++i) {
         const double root = search_->root(i);
         const double* nu = nu_row(block.first + i) + fixed_;
-        rho_[i] = tau_[block.first + i] - gradient[i] - mean;
         responses[i] = root * rho_[i];
         for (std::size_t l = 0; l < m; ++l) {
             responses[(l + 1) * n + i] = root * nu[l];
@@ -431,7 +459,7 @@ void Assemblage::take_step(double length) {
             for (std::size_t i = 0; i < set.x.size(); ++i) {
                 set.log_x[i] += length * composition_step(f, i);
             }
-            PhaseSearch::normalise(set.x, set.log_x);
+            system_->blocks[set.block].normalise(set.x, set.log_x);
         }
         // Growth follows the amount itself: where a set starts far too small, its logarithm would
         // overshoot.
@@ -528,6 +556,27 @@ Assemblage::Outcome Assemblage::blame() {
     return outcome;
 }
 
+/// Where rounding of steep potentials hides what a last step would gain, it may still be worth its
+/// while for the balances.
+void Assemblage::polish_balances(double good) {
+    const auto balances = [&] {
+        double sum = 0.0;
+        for (std::size_t k = 0; k < unknowns(); ++k) {
+            sum += (above_[k] - below_[k]) * (above_[k] - below_[k]);
+        }
+        return sum;
+    };
+    const double before = balances();
+    if (before <= Exact * static_cast<double>(unknowns())) {
+        return;
+    }
+    take_step(step_limit());
+    if (!(evaluate() <= good) || balances() > before) {
+        restore();
+        evaluate();
+    }
+}
+
 Assemblage::Outcome Assemblage::iterate() {
     const std::size_t m = unknowns();
     const std::size_t count = m + mixture_count;
@@ -588,7 +637,11 @@ Assemblage::Outcome Assemblage::iterate() {
         }
         if (!accepted) {
             evaluate();
-            return norm <= good ? Outcome::Solved : Outcome::Failed;
+            if (norm > good) {
+                return Outcome::Failed;
+            }
+            polish_balances(good);
+            return Outcome::Solved;
         }
         slow = new_norm > SlowProgress * norm ? slow + 1 : 0;
         if (slow > MostSlow) {

@@ -44,6 +44,9 @@ struct CompositionSet {
     std::size_t phase;             ///< the listed phase that it is counted to
     double amount;                 ///< mol
     std::vector<double> fractions; ///< of all constituents of the phase
+    /// The internal variables and their logarithms, see `PhaseResult`.
+    std::vector<double> internal;
+    std::vector<double> log_internal;
 };
 
 /// What an equilibrium says of one phase.
@@ -57,6 +60,11 @@ struct PhaseResult {
     /// ln of the fractions, so that traces below the range of doubles keep a value.
     std::vector<double> log_fractions;
     std::vector<char> constituent_can_form;
+    /// In phases whose models have internal variables these, of the active part, and their
+    /// logarithms: of the phase if present, else of the composition that comes nearest to forming.
+    /// Of a phase whose surplus sets were folded their mean, which is no state of its own.
+    std::vector<double> internal;
+    std::vector<double> log_internal;
     /// Greatest value of (potentials - Gibbs energy) per mole over R T: 0 when stable, nan where
     /// the stable phases leave it open.
     double driving_force = 0.0;

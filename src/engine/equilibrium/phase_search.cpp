@@ -23,8 +23,18 @@ constexpr double FarBelow = 1.5;
 /// Two compositions are one where no fraction differs by more.
 constexpr double SameComposition = 1e-6;
 
+/// Minima of the same contents that differ by less, in R T, are one in two orders of sublattices.
+constexpr double SameForce = 1e-9;
+
+/// Variables below this are traces; ln of the values at which a search starts with more and fewer.
+constexpr double MostTrace = 1e-2;
+constexpr double LogMoreTraces = -4.0;
+constexpr double LogFewTraces = -20.0;
+
 /// Least pivot that counts as positive, where the unit matrix has 1.
 constexpr double LeastPivot = 1e-7;
+/// ln of the least double that keeps all its digits.
+constexpr double LogLeast = -708.0;
 /// sqrt(x) of a fraction below the range of doubles; any number above zero serves.
 constexpr double LeastRoot = 1e-160;
 
@@ -56,7 +66,7 @@ double PhaseSearch::ideal(const Block& block, std::span<const double> tau, std::
 void PhaseSearch::resize(std::size_t n) {
     n_ = n;
     if (gradient_.size() < n) {
-        for (auto* v : {&gradient_, &root_, &normal_, &step_, &trial_x_, &trial_log_x_}) {
+        for (auto* v : {&gradient_, &root_, &deviation_, &step_, &trial_x_, &trial_log_x_}) {
             v->resize(n);
         }
         hessian_.resize(n * n);
@@ -64,22 +74,40 @@ void PhaseSearch::resize(std::size_t n) {
     }
 }
 
-/// P (I + share (K - I)) P + s s', with s = sqrt(x), the unit vector across the plane of
-/// compositions, and P the projection onto that plane: positive definite exactly where the Hessian
-/// is so along sum(x) = 1.
+/// P (I + share (K - I)) P + S S', with unit vectors S across the plane of compositions (one,
+/// sqrt(x), where sum(x) = 1 is all that holds) and P the projection onto that plane: positive
+/// definite exactly where the Hessian is so along the plane.
 void PhaseSearch::project(std::size_t n, double share) {
     const auto size = static_cast<Eigen::Index>(n);
+    const auto rank = static_cast<Eigen::Index>(space_.rank());
     const SquareMap hessian(hessian_.data(), size, size);
-    const Eigen::Map<const Eigen::VectorXd> s(root_.data(), size);
-    Eigen::Map<Eigen::VectorXd> ks(normal_.data(), size);
+    const Eigen::Map<const Eigen::MatrixXd> s(normal_.data(), size, rank);
+    Eigen::Map<Eigen::MatrixXd> ks(product_.data(), size, rank);
     SquareMap projected(factor_.data(), size, size);
     projected = share * hessian;
     projected.diagonal().array() += 1.0 - share;
-    ks.noalias() = projected * s;
-    const double sks = s.dot(ks);
-    for (Eigen::Index i = 0; i < size; ++i) {
-        for (Eigen::Index j = 0; j < size; ++j) {
-            projected(i, j) += (sks + 1.0) * s[i] * s[j] - s[i] * ks[j] - ks[i] * s[j];
+    for (Eigen::Index r = 0; r < rank; ++r) {
+        ks.col(r).noalias() = projected * s.col(r);
+    }
+    // With Z = K S - S (S' K S + 1) / 2 it is K - S Z' - Z S'.
+    for (Eigen::Index r = 0; r < rank; ++r) {
+        for (Eigen::Index q = 0; q < rank; ++q) {
+            sks_[static_cast<std::size_t>(q * rank + r)] = s.col(q).dot(ks.col(r));
+        }
+    }
+    for (Eigen::Index r = 0; r < rank; ++r) {
+        for (Eigen::Index q = 0; q < rank; ++q) {
+            const double m = sks_[static_cast<std::size_t>(q * rank + r)] + (q == r ? 1.0 : 0.0);
+            ks.col(r) -= 0.5 * m * s.col(q);
+        }
+    }
+    for (Eigen::Index r = 0; r < rank; ++r) {
+        const double* sr = &normal_[static_cast<std::size_t>(r * size)];
+        const double* zr = &product_[static_cast<std::size_t>(r * size)];
+        for (Eigen::Index i = 0; i < size; ++i) {
+            for (Eigen::Index j = 0; j < size; ++j) {
+                projected(i, j) -= sr[i] * zr[j] + zr[i] * sr[j];
+            }
         }
     }
 }
@@ -94,6 +122,62 @@ bool PhaseSearch::factorise(std::size_t n, double share) {
     return decomposition.info() == Eigen::Success && factor.diagonal().minCoeff() > LeastPivot;
 }
 
+/// Lets an internal variable below the range of doubles mix ideally, apart from the others, on
+/// which it has no influence.
+void PhaseSearch::detach(std::size_t n, std::size_t i) {
+    for (std::size_t j = 0; j < n; ++j) {
+        hessian_[i * n + j] = i == j ? 1.0 : 0.0;
+        hessian_[j * n + i] = hessian_[i * n + j];
+    }
+}
+
+/// The unit vectors across the plane of compositions.
+void PhaseSearch::set_normal(const Block& block, std::size_t n) {
+    const std::span<const double> root(root_.data(), n);
+    space_.set(block.variables != nullptr ? &block.variables->constraints : nullptr, root);
+    const std::size_t rank = space_.rank();
+    if (normal_.size() < rank * n) {
+        normal_.resize(rank * n);
+        product_.resize(rank * n);
+    }
+    if (sks_.size() < rank * rank) {
+        sks_.resize(rank * rank);
+    }
+    for (std::size_t r = 0; r < rank; ++r) {
+        const std::span<const double> row = space_.row(r);
+        for (std::size_t i = 0; i < n; ++i) {
+            normal_[r * n + i] = root[i] * row[i];
+        }
+    }
+}
+
+void PhaseSearch::deviations(const Block& block, std::span<const double> x,
+                             std::span<const double> log_x, std::span<const double> tau,
+                             std::span<const double> gradient, std::span<double> deviations) {
+    for (std::size_t i = 0; i < block.count; ++i) {
+        deviations[i] = tau[i] - gradient[i];
+    }
+    if (block.variables == nullptr) {
+        const double mean = dot(x, deviations);
+        for (double& value : deviations) {
+            value -= mean;
+        }
+        return;
+    }
+    other_root_.resize(block.count);
+    for (std::size_t i = 0; i < block.count; ++i) {
+        other_root_[i] = std::max(std::sqrt(x[i]), LeastRoot);
+    }
+    other_space_.set(&block.variables->constraints, other_root_);
+    other_space_.project(x, deviations);
+    for (std::size_t i = 0; i < block.count; ++i) {
+        // Where ratios of such variables matter to a model they may run off without bound.
+        if (log_x[i] < LogLeast && log_x[i] + deviations[i] < LogLeast) {
+            deviations[i] = 0.0;
+        }
+    }
+}
+
 bool PhaseSearch::prepare(const Block& block, std::span<const double> x,
                           std::span<const double> log_x, bool exact) {
     const std::size_t n = block.count;
@@ -103,6 +187,12 @@ bool PhaseSearch::prepare(const Block& block, std::span<const double> x,
     for (std::size_t i = 0; i < n; ++i) {
         root_[i] = std::max(std::sqrt(x[i]), LeastRoot);
     }
+    for (std::size_t i = 0; block.variables != nullptr && i < n; ++i) {
+        if (log_x[i] < LogLeast) {
+            detach(n, i);
+        }
+    }
+    set_normal(block, n);
     indefinite_ = false;
     if (factorise(n, 1.0)) {
         return true;
@@ -127,10 +217,14 @@ bool PhaseSearch::prepare(const Block& block, std::span<const double> x,
 void PhaseSearch::respond(std::span<double> right, std::size_t columns) {
     const auto size = static_cast<Eigen::Index>(n_);
     const SquareMap factor(factor_.data(), size, size);
-    const Eigen::Map<const Eigen::VectorXd> s(root_.data(), size);
+    const Eigen::Map<const Eigen::VectorXd> root(root_.data(), size);
+    const Eigen::Map<const Eigen::MatrixXd> s(normal_.data(), size,
+                                              static_cast<Eigen::Index>(space_.rank()));
     Eigen::Map<Eigen::MatrixXd> w(right.data(), size, static_cast<Eigen::Index>(columns));
     for (Eigen::Index k = 0; k < w.cols(); ++k) {
-        w.col(k) -= s.dot(w.col(k)) * s;
+        for (Eigen::Index r = 0; r < s.cols(); ++r) {
+            w.col(k) -= s.col(r).dot(w.col(k)) * s.col(r);
+        }
     }
     if (indefinite_) {
         w = lu_.solve(w).eval();
@@ -138,7 +232,7 @@ void PhaseSearch::respond(std::span<double> right, std::size_t columns) {
         factor.triangularView<Eigen::Lower>().solveInPlace(w);
         factor.transpose().triangularView<Eigen::Upper>().solveInPlace(w);
     }
-    w.array().colwise() /= s.array();
+    w.array().colwise() /= root.array();
 }
 
 bool PhaseSearch::locally_stable(const Block& block, std::span<const double> x,
@@ -154,24 +248,20 @@ double PhaseSearch::local(const Block& block, std::span<const double> tau, std::
         return ideal(block, tau, x, log_x);
     }
     resize(n);
+    const std::span deviation(deviation_.data(), n);
     const std::span step(step_.data(), n);
     const std::span trial_x(trial_x_.data(), n);
     const std::span trial_log_x(trial_log_x_.data(), n);
     bool convex = prepare(block, x, log_x);
     double force = dot(x, tau) - mixing_;
     for (int iteration = 0; iteration < MostIterations; ++iteration) {
-        double mean = 0.0;
+        deviations(block, x, log_x, tau, gradient_, deviation);
         double size = 1.0;
-        for (std::size_t i = 0; i < n; ++i) {
-            step[i] = tau[i] - gradient_[i];
-            mean += x[i] * step[i];
-            size = std::max(size, std::abs(tau[i]));
-        }
         double largest = 0.0;
         for (std::size_t i = 0; i < n; ++i) {
-            step[i] -= mean;
-            largest = std::max(largest, std::abs(step[i]));
-            step[i] *= root_[i];
+            size = std::max(size, std::abs(tau[i]));
+            largest = std::max(largest, std::abs(deviation[i]));
+            step[i] = deviation[i] * root_[i];
         }
         if (largest <= GradientTolerance * size && convex) {
             return force;
@@ -180,7 +270,7 @@ double PhaseSearch::local(const Block& block, std::span<const double> tau, std::
         double slope = 0.0;
         double length = 1.0;
         for (std::size_t i = 0; i < n; ++i) {
-            slope += x[i] * step[i] * (tau[i] - gradient_[i] - mean);
+            slope += x[i] * step[i] * deviation[i];
             const double room = std::max(MostGrowth, std::log(0.5) - log_x[i]);
             const double most = step[i] > 0.0 ? room : x[i] > 0.1 ? MostGrowth : 1e300;
             length = std::min(length, most / std::max(std::abs(step[i]), 1e-300));
@@ -193,7 +283,7 @@ double PhaseSearch::local(const Block& block, std::span<const double> tau, std::
             for (std::size_t i = 0; i < n; ++i) {
                 trial_log_x[i] = log_x[i] + length * step[i];
             }
-            normalise(trial_x, trial_log_x);
+            block.normalise(trial_x, trial_log_x);
             new_force = dot(trial_x, tau) - block.evaluator->mixing(trial_x, trial_log_x);
             accepted = new_force >= force + 1e-4 * length * slope - noise;
             length *= accepted ? 1.0 : 0.5;
@@ -208,6 +298,40 @@ double PhaseSearch::local(const Block& block, std::span<const double> tau, std::
     }
     converged_ = false;
     return force;
+}
+
+/// Follows a start to its maximum, which is kept where it is another than those found.
+bool PhaseSearch::take_if_new(const Block& block, std::span<const double> tau,
+                              Candidate candidate) {
+    candidate.driving_force = local(block, tau, candidate.x, candidate.log_x);
+    const bool known = std::any_of(found_.begin(), found_.end(), [&](const Candidate& other) {
+        return same_composition(other.x, candidate.x, SameComposition) ||
+               (block.same_set(other.x, candidate.x, SameComposition) &&
+                std::abs(other.driving_force - candidate.driving_force) <= SameForce);
+    });
+    (known ? spare_ : found_).push_back(std::move(candidate));
+    return !known;
+}
+
+/// Starts from the composition found last with more of one trace and less of all others. Mixtures
+/// of ions have minima that differ in traces alone, which no sample tells apart.
+void PhaseSearch::vary_traces(const Block& block, std::span<const double> tau) {
+    const std::size_t from = found_.size() - 1;
+    for (std::size_t more = 0; more <= block.count; ++more) {
+        Candidate start = found_[from];
+        if (more < block.count && start.x[more] >= MostTrace) {
+            continue;
+        }
+        for (std::size_t i = 0; i < block.count; ++i) {
+            if (i == more) {
+                start.log_x[i] = LogMoreTraces;
+            } else if (start.x[i] < MostTrace) {
+                start.log_x[i] = std::min(start.log_x[i], LogFewTraces);
+            }
+        }
+        block.normalise(start.x, start.log_x);
+        take_if_new(block, tau, std::move(start));
+    }
 }
 
 const std::vector<Candidate>& PhaseSearch::all(const Block& block, std::span<const double> tau,
@@ -271,23 +395,13 @@ const std::vector<Candidate>& PhaseSearch::all(const Block& block, std::span<con
         if (known) {
             continue;
         }
+        const std::span<const double> log_start = block.log_sample(k);
         Candidate candidate = fresh();
         candidate.x.assign(start.begin(), start.end());
-        const std::span<const double> log_start = block.log_sample(k);
         candidate.log_x.assign(log_start.begin(), log_start.end());
-        candidate.driving_force = local(block, tau, candidate.x, candidate.log_x);
-        const bool distinct = std::none_of(found_.begin(), found_.end(), [&](const Candidate& o) {
-            for (std::size_t i = 0; i < n; ++i) {
-                if (std::abs(o.x[i] - candidate.x[i]) > SameComposition) {
-                    return false;
-                }
-            }
-            return true;
-        });
-        if (distinct) {
-            found_.push_back(std::move(candidate));
-        } else {
-            spare_.push_back(std::move(candidate));
+        if (take_if_new(block, tau, std::move(candidate)) && block.variables != nullptr &&
+            !block.variables->constraints.charge.empty()) {
+            vary_traces(block, tau);
         }
     }
     std::sort(found_.begin(), found_.end(), [](const Candidate& a, const Candidate& b) {

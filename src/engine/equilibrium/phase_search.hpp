@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/equilibrium/active_system.hpp"
+#include "engine/equilibrium/constraint_space.hpp"
 
 #include <Eigen/LU>
 
@@ -11,7 +12,7 @@ namespace tessara {
 
 /// A composition of a phase with its driving force.
 struct Candidate {
-    double driving_force = 0.0; ///< over R T, per mole
+    double driving_force = 0.0; ///< over R T, per mole or unit
     std::vector<double> x;
     std::vector<double> log_x;
 };
@@ -19,7 +20,9 @@ struct Candidate {
 /// Finds the compositions at which a phase comes nearest to forming under given potentials.
 ///
 /// For each constituent i of the phase the affinity is tau_i = (sum_j lambda_j a_ij - G_i)/(R T);
-/// the driving force of a composition is sum_i x_i tau_i - m(x). Ideal phases have their greatest
+/// the driving force of a composition is sum_i x_i tau_i - m(x). Phases with internal variables are
+/// treated alike, per unit; what holds among the variables takes the place of sum(x) = 1, and their
+/// G_i are 0. Ideal phases have their greatest
 /// driving force in closed form; others are searched by Newton's method with the phase's Gibbs
 /// energy over the plane as merit function, from several starts.
 class PhaseSearch {
@@ -40,18 +43,19 @@ public:
                                       std::size_t most);
 
     /// Whether the phase is stable against small changes of its composition (Hessian positive
-    /// definite along sum(x) = 1).
+    /// definite along what holds among the variables).
     bool locally_stable(const Block& block, std::span<const double> x,
                         std::span<const double> log_x);
 
     /// Solves for the response of the composition to changes of the affinities. `right` holds
     /// `columns` right-hand sides sqrt(x_i) d(tau_i), column after column; each is replaced by
-    /// d(ln x_i), with sum(dx) = 0. Uses the Hessian left by `prepare`.
+    /// d(ln x_i), along what holds among the variables. Uses the Hessian left by `prepare`.
     void respond(std::span<double> right, std::size_t columns);
 
     /// Evaluates the phase at x: gives m, leaves the gradient in `gradient()` and factorises the
-    /// Hessian. Where it is not positive definite along sum(x) = 1 its excess part is reduced until
-    /// it is, or with `exact` taken as it is; the result says whether it was positive definite.
+    /// Hessian. Where it is not positive definite along what holds among the variables its excess
+    /// part is reduced until it is, or with `exact` taken as it is; the result says whether it was
+    /// positive definite.
     bool prepare(const Block& block, std::span<const double> x, std::span<const double> log_x,
                  bool exact = false);
     double mixing() const { return mixing_; }
@@ -59,10 +63,21 @@ public:
     /// sqrt(x_i) as `respond` takes it.
     double root(std::size_t i) const { return root_[i]; }
 
+    /// How far each tau_i - dm/dx_i is from what equilibrium within the phase would have, the same
+    /// for all i but for the multipliers of what holds among them.
+    /// An internal variable that stays below the range of doubles has none.
+    void deviations(const Block& block, std::span<const double> x, std::span<const double> log_x,
+                    std::span<const double> tau, std::span<const double> gradient,
+                    std::span<double> deviations);
+
     /// Scales exp(log_x) to the sum 1; gives ln of the former sum.
     static double normalise(std::span<double> x, std::span<double> log_x);
 
 private:
+    bool take_if_new(const Block& block, std::span<const double> tau, Candidate candidate);
+    void vary_traces(const Block& block, std::span<const double> tau);
+    void detach(std::size_t n, std::size_t i);
+    void set_normal(const Block& block, std::size_t n);
     void project(std::size_t n, double share);
     bool factorise(std::size_t n, double share);
     void resize(std::size_t n);
@@ -72,12 +87,17 @@ private:
     std::size_t n_ = 0;
     std::vector<double> gradient_;
     std::vector<double> hessian_; ///< scaled by sqrt(x_i x_j)
-    std::vector<double> factor_;  ///< its Cholesky factor along sum(x) = 1
+    std::vector<double> factor_;  ///< its Cholesky factor along what holds among the variables
     bool indefinite_ = false;     ///< `lu_` is in use instead of `factor_`
     Eigen::PartialPivLU<Eigen::MatrixXd> lu_;
-    std::vector<double> root_;   ///< sqrt(x_i)
-    std::vector<double> normal_; ///< the Hessian's product with sqrt(x)
-    std::vector<double> step_, trial_x_, trial_log_x_;
+    std::vector<double> root_;    ///< sqrt(x_i)
+    ConstraintSpace space_;       ///< at the composition of `prepare`
+    ConstraintSpace other_space_; ///< of `deviations`
+    std::vector<double> other_root_;
+    std::vector<double> normal_;  ///< unit vectors across, sqrt(x_i) times the rows of `space_`
+    std::vector<double> product_; ///< the Hessian's product with them
+    std::vector<double> sks_;
+    std::vector<double> deviation_, step_, trial_x_, trial_log_x_;
     std::vector<double> sample_force_;
     std::vector<std::size_t> order_;
     std::vector<Candidate> found_;

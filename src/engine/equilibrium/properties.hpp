@@ -2,6 +2,7 @@
 
 #include "engine/data/system.hpp"
 #include "engine/equilibrium/equilibrium.hpp"
+#include "engine/equilibrium/relaxed_thermal.hpp"
 
 #include <memory>
 #include <vector>
@@ -25,7 +26,8 @@ struct ThermalProperties {
 /// Those of a constituent are its partial quantities, derivatives of its potential at fixed amounts
 /// of all constituents of the phase: h = -T^2 d(mu/T)/dT, s = -d(mu)/dT, cp = dh/dT, v = d(mu)/dP;
 /// weighted with the amounts they sum to the phase's. Heat capacities are those at fixed amounts
-/// of all phases and constituents. An absent phase has the properties of the composition that comes
+/// of all phases and constituents; what these leave open in a phase (see `RelaxedThermal`) follows
+/// its own equilibrium. An absent phase has the properties of the composition that comes
 /// nearest to forming; what cannot form has nan throughout.
 class PropertyTable {
 public:
@@ -57,6 +59,12 @@ private:
     void fill_mixture(std::size_t i, const Equilibrium& equilibrium, const TemperatureTerms& at);
     void add_set(std::size_t i, double amount, std::span<const double> x,
                  std::span<const double> log_x, const TemperatureTerms& at);
+    void add_internal_set(std::size_t i, double amount, std::span<const double> y,
+                          std::span<const double> log_y, const TemperatureTerms& at,
+                          double pressure);
+    void add_constituent(std::size_t i, std::size_t k, double amount,
+                         const ThermalProperties& partial);
+    void add_whole(std::size_t i, double amount, const ThermalProperties& molar);
 
     const System* system_;
     std::vector<OfPhase> phases_;
@@ -64,7 +72,8 @@ private:
     double amount_ = 0.0;
     double set_amount_ = 0.0;
     std::vector<double> x_, log_x_, volumes_, constituent_amounts_;
-    std::vector<ThermalValue> partial_;
+    std::vector<ThermalValue> partial_, of_constituents_;
+    RelaxedThermal relaxed_;
 };
 
 } // namespace tessara

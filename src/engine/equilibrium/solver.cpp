@@ -25,6 +25,8 @@ constexpr double TracePhase = 1e-5;
 constexpr int MostVanishing = 40;
 /// The margin, in R T, to which open potentials keep absent phases away where they can.
 constexpr double OpenMargin = 20.0;
+/// Coefficients of open potentials that are as small as this in their terms are none.
+constexpr double OpenTolerance = 1e-12;
 constexpr int MostCuts = 60;
 /// Steps on the way from another temperature.
 constexpr int MostWaySteps = 60;
@@ -118,7 +120,7 @@ bool Solver::drop_traces() {
         const Block& block = active_->blocks[holder->block];
         holder->kept = holder->amount >= TracePhase * order.front()->amount;
         for (std::size_t i = 0; i < block.count; ++i) {
-            holder->kept = held.offer(active_->stoichiometry(block.first + i)) || holder->kept;
+            holder->kept = held.offer(active_->exchange(block.first + i)) || holder->kept;
         }
         dropped = dropped || !holder->kept;
     }
@@ -161,7 +163,7 @@ bool Solver::stable_phases_hold() {
         }
         for (std::size_t g = 0; g < f; ++g) {
             if (assemblage_.mixtures[g].block == set.block &&
-                same_composition(assemblage_.mixtures[g].x, set.x, SameSet)) {
+                block.same_set(assemblage_.mixtures[g].x, set.x, SameSet)) {
                 return false;
             }
         }
@@ -195,7 +197,10 @@ bool Solver::find_violations() {
             bool own = false;
             for (std::size_t f = 0; f < assemblage_.mixture_count; ++f) {
                 const MixtureSet& set = assemblage_.mixtures[f];
-                own = own || (set.block == b && same_composition(set.x, candidate.x, SameSet));
+                // The same contents in a better order are another composition.
+                own = own || (set.block == b && (same_composition(set.x, candidate.x, SameSet) ||
+                                                 (candidate.driving_force <= JoinThreshold &&
+                                                  block.same_set(set.x, candidate.x, SameSet))));
             }
             if (!own) {
                 absent.minima.push_back(candidate);
@@ -231,9 +236,35 @@ bool Solver::close_open_potentials() {
         entries[open] = 1.0;
         return any;
     };
-    for (std::size_t s = 0; s < active_->entered_count(); ++s) {
-        if (direction(s)) {
-            add(tau[s] - (pure_cost(s) - active_->gibbs()[s]));
+    const auto composition_direction = [&](const Block& block, std::span<const double> y) {
+        bool any = false;
+        for (std::size_t d = 0; d < open; ++d) {
+            entries[d] = 0.0;
+            double size = 0.0;
+            for (std::size_t i = 0; i < block.count; ++i) {
+                const double term = y[i] * assemblage_.open_coefficient(block.first + i, d);
+                entries[d] += term;
+                size += std::abs(term);
+            }
+            entries[d] = std::abs(entries[d]) <= OpenTolerance * size ? 0.0 : entries[d];
+            any = any || entries[d] != 0.0;
+        }
+        entries[open] = 1.0;
+        return any;
+    };
+    for (std::size_t k = 0; k < active_->entered_corner_count(); ++k) {
+        const Corner& corner = active_->corners()[k];
+        const Block& block = active_->blocks[corner.block];
+        if (block.variables == nullptr) {
+            const std::size_t s = block.first + corner.number;
+            if (direction(s)) {
+                add(tau[s] - (corner_cost(corner) - active_->gibbs()[s]));
+            }
+            continue;
+        }
+        const std::span<const double> y = block.corner(corner.number);
+        if (composition_direction(block, y)) {
+            add(dot(y, std::span(tau).subspan(block.first)) - corner_cost(corner));
         }
     }
     std::fill(entries.begin(), entries.end(), 0.0);
@@ -266,16 +297,9 @@ bool Solver::close_open_potentials() {
             const std::span<const double> block_tau(&moved[block.first], block.count);
             const Candidate& best = search_.all(block, block_tau, 1).front();
             if (best.driving_force > std::min(0.0, -0.5 * margin)) {
-                std::fill(entries.begin(), entries.end(), 0.0);
-                double force = -block.evaluator->mixing(best.x, best.log_x);
-                for (std::size_t i = 0; i < block.count; ++i) {
-                    for (std::size_t d = 0; d < open; ++d) {
-                        entries[d] += best.x[i] * assemblage_.open_coefficient(block.first + i, d);
-                    }
-                    force += best.x[i] * tau[block.first + i];
-                }
-                entries[open] = 1.0;
-                add(force);
+                composition_direction(block, best.x);
+                add(dot(best.x, std::span(tau).subspan(block.first)) -
+                    block.evaluator->mixing(best.x, best.log_x));
                 cuts.push_back({b, best.x, best.log_x});
                 cut = true;
             }

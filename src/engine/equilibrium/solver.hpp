@@ -75,7 +75,9 @@ private:
     bool exclude_impossible();
     bool refine(double threshold);
     bool add_column(std::size_t block, std::span<const double> x, std::span<const double> log_x);
-    double pure_cost(std::size_t species) const;
+    double corner_cost(const Corner& corner) const;
+    void leave_out_traces(const Block& block, const Column& column);
+    void merge_sets(MixtureSet& into, double amount, std::span<const double> tau);
     void assemble();
     void assemble_block(std::size_t block);
     void limit_sets(std::size_t block, std::size_t first_set);
@@ -100,8 +102,10 @@ private:
     void make_result(const EquilibriumConditions& conditions);
     void fill_phase(const EquilibriumConditions& conditions, std::size_t phase);
     void assign_sets(std::size_t block);
+    double report(const Block& block, std::span<const double> x, std::span<const double> log_x);
     void fill_potentials(const EquilibriumConditions& conditions);
     void certify();
+    void certify_variables(const MixtureSet& set, double m, std::span<const double> hessian);
 
     std::shared_ptr<const System> system_;
     Options options_;
@@ -148,6 +152,9 @@ private:
     std::vector<std::pair<double, std::size_t>> violators_;
 
     std::vector<double> tau_, x_, log_x_, row_, start_;
+    /// The constituents' amounts in one unit of the composition reported last, and their
+    /// logarithms.
+    std::vector<double> reported_, log_reported_;
     std::vector<std::size_t> group_columns_;
     std::vector<double> group_levels_;
     std::vector<char> impossible_;

@@ -11,24 +11,39 @@
 // The linear programme: its columns, its failures, and the phases that it names to start from.
 
 namespace tessara {
+namespace {
+
+/// What a column holds less of than this it does not hold: the traces that models need.
+constexpr double LeastInColumn = 1e-16;
+/// Sets that start closer to each other than this are one.
+constexpr double SameStart = 1e-3;
+
+} // namespace
+
 // --- the linear programme ---
 
-/// Gibbs energy over R T of a species alone in its phase.
-double Solver::pure_cost(std::size_t s) const {
-    const Species& species = active_->species()[s];
-    const Block& block = active_->blocks[species.block];
+/// Gibbs energy over R T of a species alone in its phase, or of a corner.
+double Solver::corner_cost(const Corner& corner) const {
+    const Block& block = active_->blocks[corner.block];
+    if (block.variables != nullptr) {
+        return block.evaluator->mixing(block.corner(corner.number),
+                                       block.log_corner(corner.number));
+    }
+    const std::size_t s = block.first + corner.number;
     const double g = active_->gibbs()[s];
     if (block.pure || block.curvature == Curvature::Ideal) {
         return g + block.shift;
     }
+    const Species& species = active_->species()[s];
     const PhaseModel& model = *system_->phases[species.phase].model;
     return g + model.pure_mixing(species.constituent, terms_).value / (GasConstant * terms_.t);
 }
 
 void Solver::start_programme() {
     programme_.reset(active_->component_count());
-    for (std::size_t s = 0; s < active_->entered_count(); ++s) {
-        programme_.add_column(active_->stoichiometry(s), pure_cost(s));
+    for (std::size_t k = 0; k < active_->entered_corner_count(); ++k) {
+        const Corner& corner = active_->corners()[k];
+        programme_.add_column(active_->corner_stoichiometry(corner), corner_cost(corner));
     }
     for (const Reservoir& reservoir : reservoirs_) {
         programme_.add_column(reservoir.stoichiometry, reservoir.potential, true);
@@ -112,6 +127,32 @@ void Solver::fail_unbounded() const {
                      ") cannot be held: a phase would grow without limit. Give lower ones");
 }
 
+/// Traces are left out: a column that holds a rare component in a fixed ratio would tie the amount
+/// of all its others to it.
+void Solver::leave_out_traces(const Block& block, const Column& column) {
+    short_x_.assign(column.x.begin(), column.x.end());
+    short_log_x_.assign(column.log_x.begin(), column.log_x.end());
+    if (block.variables != nullptr) {
+        // Models of internal variables need some of each.
+        for (std::size_t i = 0; i < block.count; ++i) {
+            if (!(column.x[i] > trace_)) {
+                short_log_x_[i] = std::log(Block::CornerTrace);
+            }
+        }
+        block.normalise(short_x_, short_log_x_);
+        return;
+    }
+    double sum = 0.0;
+    for (double value : column.x) {
+        sum += value > trace_ ? value : 0.0;
+    }
+    for (std::size_t i = 0; i < block.count; ++i) {
+        const bool keep = column.x[i] > trace_;
+        short_x_[i] = keep ? column.x[i] / sum : 0.0;
+        short_log_x_[i] = keep ? column.log_x[i] - std::log(sum) : 0.0;
+    }
+}
+
 bool Solver::add_column(std::size_t b, std::span<const double> x, std::span<const double> log_x) {
     const Block& block = active_->blocks[b];
     for (std::size_t k = 0; k < pool_count_; ++k) {
@@ -126,25 +167,14 @@ bool Solver::add_column(std::size_t b, std::span<const double> x, std::span<cons
     column.block = b;
     column.x.assign(x.begin(), x.end());
     column.log_x.assign(log_x.begin(), log_x.end());
-    // Traces are left out: a column that holds a rare component in a fixed ratio would tie the
-    // amount of all its others to it.
-    double sum = 0.0;
-    for (double value : column.x) {
-        sum += value > trace_ ? value : 0.0;
-    }
-    short_x_.resize(block.count);
-    short_log_x_.resize(block.count);
-    for (std::size_t i = 0; i < block.count; ++i) {
-        const bool keep = column.x[i] > trace_;
-        short_x_[i] = keep ? column.x[i] / sum : 0.0;
-        short_log_x_[i] = keep ? column.log_x[i] - std::log(sum) : 0.0;
-    }
+    leave_out_traces(block, column);
+    const double least = block.variables != nullptr ? LeastInColumn : 0.0;
     row_.assign(active_->component_count(), 0.0);
     double cost = block.evaluator->mixing(short_x_, short_log_x_);
     for (std::size_t i = 0; i < block.count; ++i) {
         const std::span<const double> a = active_->stoichiometry(block.first + i);
         for (std::size_t j = 0; j < a.size(); ++j) {
-            row_[j] += short_x_[i] * a[j];
+            row_[j] += short_x_[i] > least ? short_x_[i] * a[j] : 0.0;
         }
         cost += short_x_[i] * active_->gibbs()[block.first + i];
     }
@@ -191,18 +221,35 @@ bool Solver::exclude_impossible() {
     if (!find_impossible_columns(programme_, impossible_)) {
         return false;
     }
+    // A constituent is impossible where every corner that holds it is.
+    std::vector<std::vector<char>> possible;
+    for (const Block& block : active_->blocks) {
+        possible.emplace_back(block.active.size(), block.dormant ? 1 : 0);
+    }
+    for (std::size_t k = 0; k < active_->entered_corner_count(); ++k) {
+        const Corner& corner = active_->corners()[k];
+        const Block& block = active_->blocks[corner.block];
+        std::vector<char>& of_block = possible[corner.block];
+        for (std::size_t a = 0; impossible_[k] == 0 && a < of_block.size(); ++a) {
+            const bool holds = block.variables == nullptr
+                                   ? a == corner.number
+                                   : block.corner_reports[corner.number * of_block.size() + a] != 0;
+            of_block[a] = holds || of_block[a] != 0 ? 1 : 0;
+        }
+    }
+    std::vector<std::size_t> offsets;
     std::size_t total = 0;
     for (const Phase& phase : system_->phases) {
+        offsets.push_back(total);
         total += phase.constituents.size();
     }
     excluded_.resize(total, 0);
     bool any = false;
-    std::size_t at = 0;
-    for (std::size_t i = 0; i < system_->phases.size(); ++i) {
-        for (std::size_t c = 0; c < system_->phases[i].constituents.size(); ++c, ++at) {
-            const std::size_t s = active_->species_of(i, c);
-            if (s != ActiveSystem::None && s < active_->entered_count() && impossible_[s] != 0) {
-                excluded_[at] = 1;
+    for (std::size_t b = 0; b < possible.size(); ++b) {
+        const Block& block = active_->blocks[b];
+        for (std::size_t a = 0; a < possible[b].size(); ++a) {
+            for (std::size_t k = 0; possible[b][a] == 0 && k < block.copies.size(); ++k) {
+                excluded_[offsets[block.copies[k]] + block.active[a]] = 1;
                 any = true;
             }
         }
@@ -233,8 +280,8 @@ void Solver::assemble_block(std::size_t b) {
         if (column == LinearProgramme::Artificial || !(programme_.level(k) > 0.0)) {
             continue;
         }
-        const bool is_species = column < active_->entered_count();
-        const std::size_t owner = is_species               ? active_->species()[column].block
+        const bool is_corner = column < active_->entered_corner_count();
+        const std::size_t owner = is_corner                ? active_->corners()[column].block
                                   : column >= pool_column_ ? pool_[column - pool_column_].block
                                                            : active_->blocks.size();
         if (owner == b) {
@@ -261,10 +308,14 @@ void Solver::assemble_block(std::size_t b) {
             log_x_ = pool_[column - pool_column_].log_x;
         } else {
             constexpr double trace = 1e-4;
+            const std::size_t number = active_->corners()[column].number;
             for (std::size_t i = 0; i < block.count; ++i) {
-                log_x_[i] = block.first + i == column ? 0.0 : std::log(trace);
+                const double at = block.variables != nullptr ? block.corner(number)[i]
+                                  : i == number              ? 1.0
+                                                             : 0.0;
+                log_x_[i] = std::log(std::max(at, trace));
             }
-            PhaseSearch::normalise(x_, log_x_);
+            block.normalise(x_, log_x_);
         }
         if (block.curvature == Curvature::Ideal) {
             PhaseSearch::ideal(block, tau, x_, log_x_);
@@ -274,8 +325,8 @@ void Solver::assemble_block(std::size_t b) {
         bool merged = false;
         for (std::size_t f = first_set; f < assemblage_.mixture_count && !merged; ++f) {
             MixtureSet& set = assemblage_.mixtures[f];
-            if (same_composition(set.x, x_, 1e-3)) {
-                set.log_amount = std::log(std::exp(set.log_amount) + group_levels_[g]);
+            if (block.same_set(set.x, x_, SameStart)) {
+                merge_sets(set, group_levels_[g], tau);
                 merged = true;
             }
         }
@@ -288,6 +339,22 @@ void Solver::assemble_block(std::size_t b) {
     }
     if (!block.may_add_sets) {
         limit_sets(b, first_set);
+    }
+}
+
+/// Adds what was found at `x_` to a set that is the same. Of two orders of one composition the
+/// better one stays.
+void Solver::merge_sets(MixtureSet& into, double amount, std::span<const double> tau) {
+    const Block& block = active_->blocks[into.block];
+    into.log_amount = std::log(into.amount() + amount);
+    if (block.variables != nullptr) {
+        const auto force = [&](std::span<const double> x, std::span<const double> log_x) {
+            return dot(x, tau) - block.evaluator->mixing(x, log_x);
+        };
+        if (force(x_, log_x_) > force(into.x, into.log_x)) {
+            into.x = x_;
+            into.log_x = log_x_;
+        }
     }
 }
 

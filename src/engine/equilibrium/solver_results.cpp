@@ -21,6 +21,29 @@ constexpr double Infinity = std::numeric_limits<double>::infinity();
 
 // --- results ---
 
+/// Leaves the fractions of the active constituents at a composition of their phase, and their
+/// logarithms; gives the moles of constituents in one unit.
+double Solver::report(const Block& block, std::span<const double> x,
+                      std::span<const double> log_x) {
+    reported_.assign(x.begin(), x.end());
+    log_reported_.assign(log_x.begin(), log_x.end());
+    if (block.variables == nullptr) {
+        return 1.0;
+    }
+    reported_.resize(block.active.size());
+    block.evaluator->reported(x, reported_);
+    double sum = 0.0;
+    for (double amount : reported_) {
+        sum += amount;
+    }
+    log_reported_.clear();
+    for (double& amount : reported_) {
+        amount /= sum;
+        log_reported_.push_back(std::log(amount));
+    }
+    return sum;
+}
+
 /// Numbers the sets of a block by falling fraction of the first component in which they differ.
 void Solver::assign_sets(std::size_t b) {
     const Block& block = active_->blocks[b];
@@ -62,20 +85,35 @@ void Solver::assign_sets(std::size_t b) {
             (result_.folded.empty() || result_.folded.back() != phase)) {
             result_.folded.push_back(phase);
         }
-        CompositionSet listed{phase, set.amount(), {}};
+        const double units = report(block, set.x, set.log_x);
+        CompositionSet listed{phase, set.amount() * units, {}, {}, {}};
+        if (block.variables != nullptr) {
+            listed.internal = set.x;
+            listed.log_internal = set.log_x;
+        }
         listed.fractions.assign(system_->phases[phase].constituents.size(), 0.0);
         PhaseResult& into = result_.phases[phase];
         const double sum = into.amount + listed.amount;
-        for (std::size_t i = 0; i < block.count; ++i) {
-            const std::size_t c = active_->species()[block.first + i].constituent;
-            listed.fractions[c] = set.x[i];
+        const auto mean = [&](double& x, double& log_x, double own) {
+            x = (x * into.amount + own * listed.amount) / sum;
+            log_x = std::log(x);
+        };
+        for (std::size_t a = 0; a < block.active.size(); ++a) {
+            const std::size_t c = block.active[a];
+            listed.fractions[c] = reported_[a];
             if (k < block.copies.size()) {
-                into.fractions[c] = set.x[i];
-                into.log_fractions[c] = set.log_x[i];
+                into.fractions[c] = reported_[a];
+                into.log_fractions[c] = log_reported_[a];
             } else {
-                into.fractions[c] =
-                    (into.fractions[c] * into.amount + set.x[i] * listed.amount) / sum;
-                into.log_fractions[c] = std::log(into.fractions[c]);
+                mean(into.fractions[c], into.log_fractions[c], reported_[a]);
+            }
+        }
+        if (k < block.copies.size()) {
+            into.internal = listed.internal;
+            into.log_internal = listed.log_internal;
+        } else {
+            for (std::size_t i = 0; i < into.internal.size(); ++i) {
+                mean(into.internal[i], into.log_internal[i], set.x[i]);
             }
         }
         into.amount = sum;
@@ -96,6 +134,8 @@ void Solver::fill_phase(const EquilibriumConditions& conditions, std::size_t i) 
     phase.fractions.assign(count, 0.0);
     phase.log_fractions.assign(count, -Infinity);
     phase.constituent_can_form.assign(count, 0);
+    phase.internal.clear();
+    phase.log_internal.clear();
     if (conditions.of_phase(i) == Participation::Eliminated) {
         return;
     }
@@ -112,16 +152,27 @@ void Solver::fill_phase(const EquilibriumConditions& conditions, std::size_t i) 
             best = &candidate;
         }
     }
-    for (std::size_t k = 0; k < block.count; ++k) {
-        const std::size_t c = active_->species()[block.first + k].constituent;
-        phase.constituent_can_form[c] = 1;
-        if (block.pure) {
-            phase.fractions[c] = 1.0;
-            phase.log_fractions[c] = 0.0;
-        } else {
-            phase.fractions[c] = best != nullptr ? best->x[k] : NaN;
-            phase.log_fractions[c] = best != nullptr ? best->log_x[k] : NaN;
+    double units = 1.0;
+    if (best != nullptr) {
+        units = report(block, best->x, best->log_x);
+        if (block.variables != nullptr) {
+            phase.internal = best->x;
+            phase.log_internal = best->log_x;
         }
+    } else {
+        reported_.assign(block.active.size(), block.pure ? 1.0 : NaN);
+        log_reported_.assign(block.active.size(), block.pure ? 0.0 : NaN);
+        if (block.variables != nullptr) {
+            phase.internal.assign(block.count, NaN);
+            phase.log_internal = phase.internal;
+        }
+    }
+    phase.driving_force = absent_[b].force / units; // per mole of what is reported
+    for (std::size_t a = 0; a < block.active.size(); ++a) {
+        const std::size_t c = block.active[a];
+        phase.constituent_can_form[c] = 1;
+        phase.fractions[c] = reported_[a];
+        phase.log_fractions[c] = log_reported_[a];
     }
 }
 
@@ -214,6 +265,43 @@ void Solver::make_result(const EquilibriumConditions& conditions) {
     certify();
 }
 
+/// The same for a set with internal variables, whose gradient is in `tau_`: its force, what the
+/// constraints leave of its potentials, and how far it is from the constraints.
+void Solver::certify_variables(const MixtureSet& set, double m, std::span<const double> hessian) {
+    const Block& block = active_->blocks[set.block];
+    const std::span<const double> duals = assemblage_.duals();
+    Certificate& certificate = result_.certificate;
+    const std::size_t n = block.count;
+    std::vector<double> affinities(n, 0.0);
+    std::vector<double> allowed(n);
+    double mean_allowed = std::abs(m);
+    for (std::size_t i = 0; i < n; ++i) {
+        const std::span<const double> a = active_->stoichiometry(block.first + i);
+        allowed[i] = std::abs(tau_[i]);
+        for (std::size_t j = 0; j < a.size(); ++j) {
+            affinities[i] += a[j] * duals[j];
+            allowed[i] += std::abs(a[j] * duals[j]);
+        }
+        // Rounding of the variables themselves shows where the potentials rise steeply with them.
+        for (std::size_t k = 0; set.x[i] > 0.0 && k < n; ++k) {
+            allowed[i] += std::abs(hessian[i * n + k]) * std::sqrt(set.x[k] / set.x[i]);
+        }
+        mean_allowed += set.x[i] * allowed[i];
+    }
+    const auto beyond = [](double value, double terms) {
+        return std::max(0.0, std::abs(value) - 64.0 * Epsilon * terms);
+    };
+    double& worst = certificate.potential;
+    worst = std::max(worst, beyond(dot(set.x, affinities) - m, mean_allowed));
+    std::vector<double> left(n);
+    search_.deviations(block, set.x, set.log_x, affinities, tau_, left);
+    for (std::size_t i = 0; i < n; ++i) {
+        worst = std::max(worst, beyond(left[i], allowed[i] + mean_allowed));
+    }
+    certificate.balance =
+        std::max(certificate.balance, largest_residual(block.variables->constraints, set.x));
+}
+
 /// Checks the result against the conditions in the system's own components, without the basis that
 /// Newton's method worked in.
 void Solver::certify() {
@@ -264,11 +352,17 @@ void Solver::certify() {
         std::vector<double>& hessian = group_levels_;
         hessian.resize(block.count * block.count);
         const double m = block.evaluator->mixing(set.x, set.log_x, tau_, hessian);
-        const double mean = dot(set.x, tau_);
         const double amount = set.amount();
         for (std::size_t i = 0; i < block.count; ++i) {
+            take(active_->stoichiometry(block.first + i), amount * set.x[i]);
+        }
+        if (block.variables != nullptr) {
+            certify_variables(set, m, hessian);
+            continue;
+        }
+        const double mean = dot(set.x, tau_);
+        for (std::size_t i = 0; i < block.count; ++i) {
             const std::size_t s = block.first + i;
-            take(active_->stoichiometry(s), amount * set.x[i]);
             const double own = m + tau_[i] - mean;
             certificate.potential =
                 std::max(certificate.potential,
@@ -301,9 +395,10 @@ void Solver::certify() {
                 own += candidate.x[i] * affinity(block.first + i);
                 terms += candidate.x[i] * rounding(block.first + i);
             }
-            if (own > force) {
-                force = own;
-                allowed = terms;
+            const double units = report(block, candidate.x, candidate.log_x);
+            if (own / units > force) {
+                force = own / units;
+                allowed = terms / units;
             }
         }
         certificate.driving_force = std::max(certificate.driving_force, force - allowed);

@@ -24,6 +24,7 @@ public:
         unused_conditions();
         present_phases();
         composition_sets();
+        internal_fractions();
         absent_phases();
         components();
         open_potentials();
@@ -126,6 +127,36 @@ private:
                 }
             }
             print_heading(out_, "Composition sets of " + ascii(system_.phases[i].name));
+            table.print(out_);
+        }
+    }
+
+    /// Site, pair and quadruplet fractions of the phases that have them, set by set.
+    void internal_fractions() {
+        for (const std::size_t i : by_falling(phases(true), ResultVariable::A)) {
+            const auto sets = results_.internal_fractions(i);
+            if (sets.empty()) {
+                continue;
+            }
+            std::vector<std::string> head{""};
+            for (std::size_t k = 0; k < sets.size(); ++k) {
+                head.push_back(sets.size() == 1 ? "fraction" : "set " + std::to_string(k + 1));
+            }
+            TextTable table(head);
+            for (std::size_t g = 0; g < sets.front().size(); ++g) {
+                const NamedFractions& kind = sets.front()[g];
+                std::vector<std::string> title(sets.size() + 1);
+                title.front() = kind.of;
+                table.row(std::move(title));
+                for (std::size_t n = 0; n < kind.names.size(); ++n) {
+                    std::vector<std::string> row{"  " + ascii(kind.names[n])};
+                    for (const std::vector<NamedFractions>& set : sets) {
+                        row.push_back(column_text(set[g].values[n]));
+                    }
+                    table.row(std::move(row));
+                }
+            }
+            print_heading(out_, "Within " + ascii(system_.phases[i].name));
             table.print(out_);
         }
     }

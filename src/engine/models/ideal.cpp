@@ -71,13 +71,18 @@ private:
 
 } // namespace
 
-std::unique_ptr<PhaseEvaluator> IdealModel::evaluator(std::span<const std::size_t> active) const {
+std::unique_ptr<PhaseEvaluator> IdealModel::evaluator(std::span<const Constituent>,
+                                                      std::span<const std::size_t> active) const {
     return std::make_unique<IdealEvaluator>(active.size(), gas_);
 }
 
 bool IdealModel::equals(const PhaseModel& other) const {
     const auto* ideal = dynamic_cast<const IdealModel*>(&other);
     return ideal != nullptr && ideal->gas_ == gas_;
+}
+
+void IdealModel::describe(Description& phase) const {
+    phase.set("interactions", Description::List{});
 }
 
 } // namespace tessara

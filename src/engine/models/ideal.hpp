@@ -11,9 +11,11 @@ public:
 
     ModelKind kind() const override { return ModelKind::IDMX; }
     ModelSize size() const override { return {}; }
-    std::unique_ptr<PhaseEvaluator> evaluator(std::span<const std::size_t> active) const override;
+    std::unique_ptr<PhaseEvaluator> evaluator(std::span<const Constituent> constituents,
+                                              std::span<const std::size_t> active) const override;
     ThermalValue pure_mixing(std::size_t, const TemperatureTerms&) const override { return {}; }
     bool equals(const PhaseModel& other) const override;
+    void describe(Description& phase) const override;
 
 private:
     bool gas_;

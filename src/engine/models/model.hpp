@@ -1,14 +1,18 @@
 #pragma once
 
+#include "engine/data/description.hpp"
 #include "engine/data/temperature_function.hpp"
 
 #include <cstddef>
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace tessara {
+
+struct Constituent;
 
 /// The kinds of phases. All but `Pure` are named as in the data file.
 enum class ModelKind { Pure, IDMX, RKMP, RKMPM, QKTO, SUBL, SUBLM, SUBM, SUBI, SUBG, SUBQ };
@@ -28,18 +32,52 @@ struct ModelSize {
     int magnetic_coefficients = 0;
     int sublattices = 0;
     int sublattice_constituents = 0;
+    int quasichemical_constituents = 0; ///< end members of a quasichemical phase
+};
+
+/// What holds among the internal variables y of a phase whatever its composition. Each variable
+/// belongs to one group, and over each group sum(weight_i y_i) = 1: the site fractions of a
+/// sublattice, or all variables where there is one group. In a phase of ions sum(charge_i y_i) = 0
+/// as well; where `charge` is empty there is no such balance.
+struct Constraints {
+    std::size_t groups = 1;
+    std::vector<std::size_t> group;
+    std::vector<double> weight;
+    std::vector<double> charge;
+};
+
+/// The internal variables of one phase: what each holds of the components per unit of y, and what
+/// holds among them. One unit of the phase holds sum_i y_i stoichiometry_ij of component j.
+struct Variables {
+    std::vector<std::string> names;
+    /// A row for each variable, over all components of the file.
+    std::vector<double> stoichiometry;
+    Constraints constraints;
+
+    std::size_t size() const { return names.size(); }
+};
+
+/// Fractions of one kind within a phase: of the sites of a sublattice, of pairs, of quadruplets.
+struct NamedFractions {
+    std::string of;
+    std::vector<std::string> names;
+    std::vector<double> values;
 };
 
 /// Works out the mixing part of one mixture phase's Gibbs energy. Holds what depends on T, so each
 /// solver has evaluators of its own.
 ///
-/// The variables are the fractions x of the phase's active constituents. The Gibbs energy of one
-/// mole of the phase is
+/// In most models the variables are the fractions x of the phase's active constituents. The Gibbs
+/// energy of one mole of the phase is
 ///
 ///     G = sum_i x_i G_i(T) + R T m(x, T, P)
 ///
 /// with G_i from the constituents' records. The evaluator gives m, ideal mixing included. All
 /// derivatives take the x as independent; only differences along sum(x) = constant have meaning.
+///
+/// Other models have internal variables y (see `variables`); constituents then have no energy of
+/// their own, and the Gibbs energy of one unit of the phase is R T m(y, T, P). Only differences
+/// along what holds among the y have meaning. Fractions go down to 1e-300.
 class PhaseEvaluator {
 public:
     PhaseEvaluator() = default;
@@ -52,8 +90,22 @@ public:
     /// For ideal phases m = sum_i x_i (ln x_i + shift): ln(P / 1 bar) in a gas, else 0.
     virtual double ideal_shift() const { return 0.0; }
 
-    /// Number of active constituents.
+    /// Number of variables: of active constituents, or of internal variables.
     virtual std::size_t size() const = 0;
+
+    /// The internal variables of the active part; none where the fractions of the constituents are
+    /// the variables.
+    virtual const Variables* variables() const { return nullptr; }
+
+    /// The amounts of the active constituents in one unit of a phase with internal variables; they
+    /// hold the same components.
+    virtual void reported(std::span<const double> y, std::span<double> amounts) const;
+
+    /// The partial quantity of each active constituent from those of the internal variables, as
+    /// `mixing_thermal` and `volume` give them.
+    virtual void reported_partials(std::span<const double> y,
+                                   std::span<const ThermalValue> of_variables,
+                                   std::span<ThermalValue> of_constituents) const;
 
     /// Works out all that depends on T and P (in bar) alone.
     virtual void set_state(const TemperatureTerms& at, double pressure) = 0;
@@ -68,7 +120,9 @@ public:
 
     /// R T m(x) in J/mol with its T derivatives, and for each constituent its partial quantity
     /// R T (m + dm/dx_i - sum_j x_j dm/dx_j) likewise. A constituent of fraction 0 has an infinite
-    /// value; its derivatives are those of the limit, but for the entropy of ideal mixing.
+    /// value; its derivatives are those of the limit, but for the entropy of ideal mixing. Of a
+    /// phase with internal variables: R T m(y) and for each variable R T (dm/dy_i + w_i (m / groups
+    /// - sum_j y_j dm/dy_j)), the sum over its group, w_i its weight there.
     virtual ThermalValue mixing_thermal(std::span<const double> x, std::span<const double> log_x,
                                         std::span<ThermalValue> partial) const = 0;
 
@@ -90,15 +144,31 @@ public:
     virtual ModelSize size() const = 0;
 
     /// An evaluator over the constituents listed (by their number in the phase, ascending).
-    /// Parameters that name any other constituent are left out.
+    /// Parameters that name any other constituent are left out. `constituents` are all of the
+    /// phase's records; the evaluator may keep pointers to them.
     virtual std::unique_ptr<PhaseEvaluator>
-    evaluator(std::span<const std::size_t> active) const = 0;
+    evaluator(std::span<const Constituent> constituents,
+              std::span<const std::size_t> active) const = 0;
+
+    /// Which constituents remain where those not marked in `possible` are gone: a model may need
+    /// some of them for others. What cannot remain is 0 in the result.
+    virtual std::vector<char> reduce(std::vector<char> possible) const { return possible; }
+
+    /// The fractions that users know a composition of these active constituents by: in general the
+    /// site fractions that the internal variables of an evaluator stand for.
+    virtual std::vector<NamedFractions> fractions(std::span<const std::size_t> active,
+                                                  const Variables& variables,
+                                                  std::span<const double> y) const;
 
     /// R T m of the pure constituent, J/mol, at 1 bar: zero but for magnetic phases.
     virtual ThermalValue pure_mixing(std::size_t constituent, const TemperatureTerms& at) const = 0;
 
     /// Whether both hold the same parameters.
     virtual bool equals(const PhaseModel& other) const = 0;
+
+    /// Adds what the model holds to the description of its phase, a table. Each model has keys of
+    /// its own; one that adds nothing cannot be converted.
+    virtual void describe(Description& phase) const;
 };
 
 } // namespace tessara

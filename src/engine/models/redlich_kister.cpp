@@ -1,5 +1,6 @@
 #include "engine/models/redlich_kister.hpp"
 
+#include "engine/models/magnetic_mixing.hpp"
 #include "engine/units/constants.hpp"
 
 #include <algorithm>
@@ -221,7 +222,7 @@ public:
 
     void make_magnetic(const MagneticFactors& factors, std::vector<MagneticNumbers> pure,
                        ActiveTerms<MagneticNumbers> terms) {
-        magnetic_.emplace(factors, std::move(pure), std::move(terms), size_);
+        magnetic_.emplace(factors, std::move(pure), std::move(terms.polynomial), terms.sets);
     }
 
     Curvature curvature() const override {
@@ -247,7 +248,7 @@ public:
             m += x[i] * log_x[i];
         }
         if (magnetic_) {
-            m += magnetic_->contribution(t_, x).f;
+            m += magnetic_->value(t_, x);
         }
         return m;
     }
@@ -337,88 +338,9 @@ public:
     }
 
 private:
-    /// R T f with derivatives, from f with derivatives.
-    static ThermalValue scaled_by_rt(double t, double f, double f_t, double f_tt) {
-        return {.value = GasConstant * t * f,
-                .d_t = GasConstant * (f + t * f_t),
-                .d_tt = GasConstant * (2.0 * f_t + t * f_tt)};
-    }
-
-    struct Magnetic {
-        MagneticFactors factors;
-        std::vector<MagneticNumbers> pure;
-        CompositionPolynomial polynomial;
-        std::vector<double> tc, beta;
-        mutable std::vector<double> d_tc, d_beta;
-
-        Magnetic(const MagneticFactors& f, std::vector<MagneticNumbers> p,
-                 ActiveTerms<MagneticNumbers> terms, std::size_t size)
-            : factors(f), pure(std::move(p)), polynomial(std::move(terms.polynomial)), d_tc(size),
-              d_beta(size) {
-            for (const MagneticNumbers& set : terms.sets) {
-                tc.push_back(set.tc);
-                beta.push_back(set.beta);
-            }
-        }
-
-        MagneticContribution contribution(double t, std::span<const double> x) const {
-            double mixed_tc = polynomial.value(x, tc);
-            double mixed_beta = polynomial.value(x, beta);
-            for (std::size_t i = 0; i < pure.size(); ++i) {
-                mixed_tc += x[i] * pure[i].tc;
-                mixed_beta += x[i] * pure[i].beta;
-            }
-            return magnetic_contribution(t, mixed_tc, mixed_beta, factors);
-        }
-
-        /// The contribution, with the gradients of Tc and beta left in `d_tc` and `d_beta`.
-        MagneticContribution with_gradients(double t, std::span<const double> x) const {
-            for (std::size_t i = 0; i < pure.size(); ++i) {
-                d_tc[i] = pure[i].tc;
-                d_beta[i] = pure[i].beta;
-            }
-            double mixed_tc = polynomial.gradient(x, tc, d_tc);
-            double mixed_beta = polynomial.gradient(x, beta, d_beta);
-            for (std::size_t i = 0; i < pure.size(); ++i) {
-                mixed_tc += x[i] * pure[i].tc;
-                mixed_beta += x[i] * pure[i].beta;
-            }
-            return magnetic_contribution(t, mixed_tc, mixed_beta, factors);
-        }
-
-        double add(double t, std::span<const double> x, std::span<double> gradient,
-                   std::span<double> hessian) const {
-            const MagneticContribution c = with_gradients(t, x);
-            const std::size_t n = pure.size();
-            for (std::size_t i = 0; i < n; ++i) {
-                gradient[i] += c.f_tc * d_tc[i] + c.f_beta * d_beta[i];
-                for (std::size_t j = 0; j < n; ++j) {
-                    hessian[i * n + j] += c.f_tctc * d_tc[i] * d_tc[j] +
-                                          c.f_betabeta * d_beta[i] * d_beta[j] +
-                                          c.f_tcbeta * (d_tc[i] * d_beta[j] + d_beta[i] * d_tc[j]);
-                }
-            }
-            polynomial.hessian(x, tc, c.f_tc, hessian);
-            polynomial.hessian(x, beta, c.f_beta, hessian);
-            return c.f;
-        }
-
-        /// Adds R T F and its gradient, with T derivatives.
-        void add_thermal(double t, std::span<const double> x, ThermalValue& total,
-                         std::span<ThermalValue> gradient) const {
-            const MagneticContribution c = with_gradients(t, x);
-            total += scaled_by_rt(t, c.f, c.f_t, c.f_tt);
-            for (std::size_t i = 0; i < pure.size(); ++i) {
-                gradient[i] += scaled_by_rt(t, c.f_tc * d_tc[i] + c.f_beta * d_beta[i],
-                                            c.f_tc_t * d_tc[i] + c.f_beta_t * d_beta[i],
-                                            c.f_tc_tt * d_tc[i] + c.f_beta_tt * d_beta[i]);
-            }
-        }
-    };
-
     std::size_t size_;
     ActiveTerms<ExcessCoefficients> excess_;
-    std::optional<Magnetic> magnetic_;
+    std::optional<MagneticMixing<CompositionPolynomial>> magnetic_;
     const TemperatureTerms* at_ = nullptr;
     double t_ = 0.0;
     double pressure_ = 1.0;
@@ -432,20 +354,13 @@ private:
 } // namespace
 
 ModelSize RedlichKisterModel::size() const {
-    ModelSize size;
-    for (const auto& term : excess_) {
-        size.excess_coefficients += static_cast<int>(term.sets.size());
-    }
-    if (magnetic_) {
-        for (const auto& term : magnetic_->terms) {
-            size.magnetic_coefficients += static_cast<int>(term.sets.size());
-        }
-    }
-    return size;
+    return {.excess_coefficients = set_count(excess_),
+            .magnetic_coefficients = magnetic_ ? set_count(magnetic_->terms) : 0};
 }
 
 std::unique_ptr<PhaseEvaluator>
-RedlichKisterModel::evaluator(std::span<const std::size_t> active) const {
+RedlichKisterModel::evaluator(std::span<const Constituent>,
+                              std::span<const std::size_t> active) const {
     const std::size_t absent = constituent_count_;
     std::vector<std::size_t> place(constituent_count_, absent);
     for (std::size_t k = 0; k < active.size(); ++k) {
@@ -477,6 +392,13 @@ bool RedlichKisterModel::equals(const PhaseModel& other) const {
     const auto* same = dynamic_cast<const RedlichKisterModel*>(&other);
     return same != nullptr && same->constituent_count_ == constituent_count_ &&
            same->excess_ == excess_ && same->magnetic_ == magnetic_;
+}
+
+void RedlichKisterModel::describe(Description& phase) const {
+    phase.set("interactions", describe_terms(excess_));
+    if (magnetic_) {
+        describe_magnetism(*magnetic_, phase);
+    }
 }
 
 } // namespace tessara

@@ -1,50 +1,12 @@
 #pragma once
 
-#include "engine/models/magnetism.hpp"
 #include "engine/models/model.hpp"
+#include "engine/models/parameters.hpp"
 
 #include <array>
 #include <optional>
 
 namespace tessara {
-
-/// Coefficients of an excess parameter: the six usual terms of temperature, then those of P and P^2
-/// (P in bar).
-struct ExcessCoefficients {
-    SixCoefficients thermal{};
-    double p = 0.0;
-    double p2 = 0.0;
-
-    friend bool operator==(const ExcessCoefficients&, const ExcessCoefficients&) = default;
-};
-
-/// Parameters on two, three or four constituents, in the order of the file: the order fixes signs
-/// and which set belongs to which constituent.
-template <class Coefficients>
-struct InteractionTerm {
-    std::vector<std::size_t> constituents;
-    std::vector<Coefficients> sets;
-
-    friend bool operator==(const InteractionTerm&, const InteractionTerm&) = default;
-};
-
-/// The Curie temperature, K, and the magnetic moment of a constituent, or the two parts of a
-/// magnetic interaction parameter.
-struct MagneticNumbers {
-    double tc = 0.0;
-    double beta = 0.0;
-
-    friend bool operator==(const MagneticNumbers&, const MagneticNumbers&) = default;
-};
-
-/// What a magnetic phase holds beside its excess parameters.
-struct MagneticMixture {
-    MagneticFactors factors;
-    std::vector<MagneticNumbers> constituents;
-    std::vector<InteractionTerm<MagneticNumbers>> terms;
-
-    friend bool operator==(const MagneticMixture&, const MagneticMixture&) = default;
-};
 
 /// Redlich-Kister polynomials with Muggianu's extension to multicomponent mixtures.
 ///
@@ -69,9 +31,14 @@ public:
 
     ModelKind kind() const override { return magnetic_ ? ModelKind::RKMPM : ModelKind::RKMP; }
     ModelSize size() const override;
-    std::unique_ptr<PhaseEvaluator> evaluator(std::span<const std::size_t> active) const override;
+    std::unique_ptr<PhaseEvaluator> evaluator(std::span<const Constituent> constituents,
+                                              std::span<const std::size_t> active) const override;
     ThermalValue pure_mixing(std::size_t constituent, const TemperatureTerms& at) const override;
     bool equals(const PhaseModel& other) const override;
+    void describe(Description& phase) const override;
+
+    const std::vector<InteractionTerm<ExcessCoefficients>>& excess() const { return excess_; }
+    const std::optional<MagneticMixture>& magnetic() const { return magnetic_; }
 
 private:
     std::size_t constituent_count_;

@@ -21,7 +21,7 @@ struct Existence {
     bool system, component, phase, constituent, component_in_phase;
 };
 
-constexpr std::array Variables{
+constexpr std::array Existences{
     Existence{P, "P", true, false, false, false, false},
     Existence{VT, "VT", true, false, false, false, false},
     Existence{T, "T", true, false, false, false, false},
@@ -45,12 +45,12 @@ constexpr std::array Variables{
 };
 
 constexpr bool in_order_of_enumeration() {
-    for (std::size_t k = 0; k < Variables.size(); ++k) {
-        if (static_cast<std::size_t>(Variables[k].variable) != k) {
+    for (std::size_t k = 0; k < Existences.size(); ++k) {
+        if (static_cast<std::size_t>(Existences[k].variable) != k) {
             return false;
         }
     }
-    return Variables.back().variable == VM;
+    return Existences.back().variable == VM;
 }
 static_assert(in_order_of_enumeration(), "each variable has its row");
 
@@ -85,14 +85,14 @@ double ratio(double part, double whole) {
 } // namespace
 
 std::string_view result_name(ResultVariable variable) {
-    return Variables[static_cast<std::size_t>(variable)].name;
+    return Existences[static_cast<std::size_t>(variable)].name;
 }
 
 Results::Results(std::shared_ptr<const System> system)
     : system_(std::move(system)), properties_(*system_) {}
 
 bool Results::has(ResultVariable variable, Kind kind) {
-    const Existence& row = Variables[static_cast<std::size_t>(variable)];
+    const Existence& row = Existences[static_cast<std::size_t>(variable)];
     switch (kind) {
     case Kind::System:
         return row.system;
@@ -429,6 +429,34 @@ std::vector<Results::SetValues> Results::sets(std::size_t phase, const Units& un
     const PhaseResult& result = equilibrium_->phases[phase];
     if (list.empty() && result.amount > 0.0) {
         list.push_back(values(result.amount, result.fractions));
+    }
+    return list;
+}
+
+std::vector<std::vector<NamedFractions>> Results::internal_fractions(std::size_t i) const {
+    const PhaseResult& result = equilibrium_->phases[i];
+    std::vector<std::vector<NamedFractions>> list;
+    if (result.internal.empty() || std::isnan(result.internal.front())) {
+        return list;
+    }
+    const Phase& phase = system_->phases[i];
+    std::vector<std::size_t> active;
+    for (std::size_t c = 0; c < result.constituent_can_form.size(); ++c) {
+        if (result.constituent_can_form[c] != 0) {
+            active.push_back(c);
+        }
+    }
+    const auto evaluator = phase.model->evaluator(phase.constituents, active);
+    const auto add = [&](std::span<const double> y) {
+        list.push_back(phase.model->fractions(active, *evaluator->variables(), y));
+    };
+    for (const CompositionSet& set : equilibrium_->sets) {
+        if (set.phase == i) {
+            add(set.internal);
+        }
+    }
+    if (list.empty()) {
+        add(result.internal);
     }
     return list;
 }

@@ -51,6 +51,10 @@ public:
     };
     /// The compositions that a present phase consists of; none for an absent one.
     std::vector<SetValues> sets(std::size_t phase, const Units& units) const;
+    /// Site, pair and quadruplet fractions of each of the phase's compositions, or of that at which
+    /// an absent phase comes nearest to forming; none where its model has no internal variables or
+    /// it has no composition.
+    std::vector<std::vector<NamedFractions>> internal_fractions(std::size_t phase) const;
 
 private:
     /// What there is of something: of a whole, and per mole of it in gram.

@@ -22,10 +22,14 @@ Operations of its own, without counterpart in `friendly`:
 
     certificate()                   how well the last result fulfils what an equilibrium is
     composition_sets(i_ph)          the compositions that a phase consists of
+    internal_fractions(i_ph)        site, pair and quadruplet fractions of a phase
     configure(option, value)        sets an option of the library
     configuration(option)           tells it
     constituent_data(i_ph, i_pc, data, T=None)
                                     a standard datum of a phase constituent
+    description(file_path)          all that a data file holds, as plain values
+    findings(file_path)             what is suspicious in a data file
+    finding_rules()                 what findings looks for
 )";
 
 /// The module once it has been set up. Never destroyed, as nothing tears the library down.

@@ -3,6 +3,7 @@
 #include "basic/files.hpp"
 #include "basic/python/objects.hpp"
 #include "basic/run.hpp"
+#include "engine/check/check.hpp"
 
 #include <cmath>
 
@@ -289,6 +290,21 @@ Ref get_composition_sets(const Arguments& arguments) {
                    });
 }
 
+Ref get_internal_fractions(const Arguments& arguments) {
+    return list_of(library().internal_fractions(arguments[0].integer),
+                   [](const std::vector<NamedFractions>& set) {
+                       return list_of(set, [](const NamedFractions& kind) {
+                           Ref dict = checked(PyDict_New());
+                           set_item(dict, "of", name_text(kind.of));
+                           set_item(dict, "names", list_of(kind.names, [](const std::string& name) {
+                                        return name_text(name);
+                                    }));
+                           set_item(dict, "fractions", list_of(kind.values, number));
+                           return dict;
+                       });
+                   });
+}
+
 Ref configure(const Arguments& arguments) {
     const auto option = arguments[0].as<ConfigurationOption>();
     const Argument& value = arguments[1];
@@ -310,6 +326,40 @@ Ref get_datum(const Arguments& arguments) {
     return number(library().datum(arguments[0].integer, arguments[1].integer,
                                   arguments[2].as<ConstituentDatum>(),
                                   t.given ? std::optional(t.number) : std::nullopt));
+}
+
+std::shared_ptr<const System> system_of(const Arguments& arguments) {
+    return Library::read_system(read_data_file(arguments.path));
+}
+
+Ref get_findings(const Arguments& arguments) {
+    return list_of(check(system_of(arguments)), [](const Finding& finding) {
+        const RuleDescription& rule = description_of(finding.rule);
+        Ref dict = checked(PyDict_New());
+        set_item(dict, "gravity", text(gravity_name(finding.gravity)));
+        set_item(dict, "rule", text(rule.number));
+        set_item(dict, "line", integer(finding.line));
+        set_item(dict, "column", finding.column > 0 ? integer(finding.column) : none());
+        set_item(dict, "subject", text(finding.subject));
+        set_item(dict, "text", text(finding.text));
+        set_item(dict, "advice", text(rule.advice));
+        return dict;
+    });
+}
+
+Ref get_rules(const Arguments&) {
+    return list_of(rules(), [](const RuleDescription& rule) {
+        Ref dict = checked(PyDict_New());
+        set_item(dict, "rule", text(rule.number));
+        set_item(dict, "gravity", text(gravity_name(rule.gravity)));
+        set_item(dict, "title", text(rule.title));
+        set_item(dict, "advice", text(rule.advice));
+        return dict;
+    });
+}
+
+Ref get_description(const Arguments& arguments) {
+    return object(describe(*system_of(arguments)));
 }
 
 // --- the table ---
@@ -559,6 +609,15 @@ A list of dicts with "amount" and "fractions" (a list, one per constituent), in 
 one for an ordinary phase, several where a phase splits into more than the file lists copies of it,
 none for an absent phase.)"},
 
+    {{"internal_fractions", {phase}},
+     get_internal_fractions,
+     R"(Tell the site, pair and quadruplet fractions of a phase.
+
+A list with one list for each of the phase's compositions, or for the one at which an absent phase
+comes nearest to forming: dicts with "of" ("sublattice 1", ..., "pairs", "quadruplets"), "names" and
+"fractions", which sum to 1. Empty for models whose fractions are those of the constituents, and for
+phases that cannot form.)"},
+
     {{"configure", {option, {"value", Kind::Option}}}, configure, R"(Set an option of the library.
 
 ITERATION_LIMIT, an int from 1 to 1000; COMPOSITION_SETS, a bool; SAMPLING, an int from 1 to 10. It
@@ -580,6 +639,31 @@ CP, H, S and G are those of the pure constituent in its phase (a gas at 1 bar) a
 force and per amount; T is 298.15 K where it is left out. H298 and S298 are at 298.15 K. T_MAX is
 the upper limit of the data. TC, in K, and BETA are nan where a pure phase is not magnetic; those of
 constituents of mixture phases cannot be told yet.)"},
+
+    {{"findings", {{"file_path", Kind::Path}}},
+     get_findings,
+     R"(Look through a data file for what its author should know of.
+
+The loaded system stays as it is. A list of dicts, the gravest first: "gravity" ("error", "warning"
+or "note"), "rule" (as "TS103"), "line" and "column" (ints from 1; None for the whole line),
+"subject" (the phase, constituent or component concerned; may be empty), "text" (what is suspicious)
+and "advice". Raises TessaraError where the file cannot be read.)"},
+
+    {{"finding_rules", {}}, get_rules, R"(Tell what `findings` looks for.
+
+A list of dicts in order of "rule": "rule", "gravity" (the usual one), "title" and "advice".)"},
+
+    {{"description", {{"file_path", Kind::Path}}},
+     get_description,
+     R"(Tell all that a data file holds, as plain values.
+
+The loaded system stays as it is. A dict with "title", "components", "phases", "dummies" and
+"comment_line" (the line where the comment behind the data begins, or 0). Phases are in the order of
+the file and bear its names; each has "name", "model", "gas", "line" and "constituents", and what
+its model adds. A species has "name", "amounts" (mol of each component), "ranges" (a list of dicts
+with "upper" in K, six "coefficients" in J/mol and "extra", pairs of coefficient and power),
+"magnetic" (None or Tc, beta, f and p), "volume_data" and "line". Raises TessaraError where the file
+cannot be read.)"},
 };
 
 } // namespace

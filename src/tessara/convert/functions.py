@@ -36,6 +36,7 @@ __all__ = [
     "from_polynomial_fit",
     "ideal_mixing",
     "linear_combination",
+    "with_own_context",
 ]
 
 # Complete, so that a changed default of the process does not reach in here.
@@ -73,7 +74,7 @@ _P = ParamSpec("_P")
 _R = TypeVar("_R")
 
 
-def _with_own_context(function: Callable[_P, _R]) -> Callable[_P, _R]:
+def with_own_context(function: Callable[_P, _R]) -> Callable[_P, _R]:
     """Compute with 40 digits, whatever decimal context the caller has set."""
 
     @wraps(function)
@@ -101,7 +102,7 @@ class Piece:
     upper: Decimal
     terms: Terms
 
-    @_with_own_context
+    @with_own_context
     def at(self, T: Decimal) -> State:
         """G, S and Cp at T, whether inside the range or not."""
         G, slope, curvature = _ZERO, _ZERO, _ZERO
@@ -161,7 +162,7 @@ def _as_range(piece: Piece) -> TemperatureRange:
     )
 
 
-@_with_own_context
+@with_own_context
 def _sum_terms(parts: Iterable[tuple[Term, Decimal]]) -> dict[Term, Decimal]:
     terms: dict[Term, Decimal] = {}
     for term, coefficient in parts:
@@ -185,7 +186,7 @@ def from_gibbs(
     return Piece(lower, upper, _sum_terms(parts))
 
 
-@_with_own_context
+@with_own_context
 def from_polynomial_fit(
     lower: Decimal,
     upper: Decimal,
@@ -209,7 +210,7 @@ def from_polynomial_fit(
     return Piece(lower, upper, _sum_terms(parts))
 
 
-@_with_own_context
+@with_own_context
 def from_heat_capacity(
     lower: Decimal,
     upper: Decimal,
@@ -234,7 +235,7 @@ def _integrated(coefficient: Decimal, power: Decimal) -> list[tuple[Term, Decima
     return [(power + 1, -coefficient / (power * (power + 1)))]
 
 
-@_with_own_context
+@with_own_context
 def ideal_mixing(amounts: Sequence[Decimal], gas_constant: Decimal) -> Decimal:
     """Give the coefficient of T in G that ideal mixing of these amounts on one kind of site adds.
 
@@ -244,7 +245,7 @@ def ideal_mixing(amounts: Sequence[Decimal], gas_constant: Decimal) -> Decimal:
     return gas_constant * sum((n * (n / total).ln() for n in amounts), _ZERO)
 
 
-@_with_own_context
+@with_own_context
 def linear_combination(parts: Sequence[tuple[Decimal, Function]]) -> Function:
     """Add functions, each times its factor. The sum has the range that all of them share.
 
@@ -267,7 +268,7 @@ def linear_combination(parts: Sequence[tuple[Decimal, Function]]) -> Function:
     return Function(tuple(pieces))
 
 
-@_with_own_context
+@with_own_context
 def continue_above(function: Function, other: Function | None, upper: Decimal) -> Function:
     """Continue a function above its range with the heat capacity of another.
 
@@ -292,7 +293,7 @@ def continue_above(function: Function, other: Function | None, upper: Decimal) -
     return Function((*function.pieces, *beyond))
 
 
-@_with_own_context
+@with_own_context
 def continue_below(function: Function, other: Function | None, lower: Decimal) -> Function:
     """Continue a function below its range; the mirror image of `continue_above`."""
     T = function.lower

@@ -8,9 +8,9 @@ from __future__ import annotations
 
 import math
 from collections import Counter
-from collections.abc import Iterable, Sequence
+from collections.abc import Callable, Iterable, Sequence
 from dataclasses import dataclass
-from itertools import pairwise
+from itertools import pairwise, product
 
 __all__ = [
     "LN_T",
@@ -23,6 +23,7 @@ __all__ = [
     "PurePhase",
     "RedlichKisterPhase",
     "Species",
+    "SublatticePhase",
     "System",
     "TemperatureRange",
 ]
@@ -32,6 +33,9 @@ LN_T = 99.0
 
 NAME_LENGTH = 24
 GIBBS_TERMS = 6
+EXCESS_TERMS = (GIBBS_TERMS, GIBBS_TERMS + 2)
+"""How many coefficients a set may have: those of temperature alone, or those of P and P^2, too."""
+MAGNETIC_TERMS = (2,)
 ELECTRON_PREFIX = "e("
 
 
@@ -163,39 +167,65 @@ class Species:
 
 @dataclass(frozen=True, slots=True)
 class Interaction:
-    """One interaction of a Redlich-Kister phase.
+    """One interaction of a Redlich-Kister or a sublattice phase.
 
-    `constituents` are places in the phase's list of species, from 0. Their order matters: odd
-    orders of a binary go with the first named minus the second. `sets` holds one tuple of
-    coefficients for each order of a binary, for each constituent of a ternary (or a single one for
-    a ternary that does not depend on composition), a single one for a quaternary.
+    `constituents` are places in the phase's list of species, from 0; in a sublattice phase they
+    count through the constituents of all sublattices. Their order matters: odd orders of a binary
+    go with the first named minus the second. `sets` holds one tuple of coefficients for each order
+    of a binary, for each constituent of a ternary (or a single one for a ternary that does not
+    depend on composition), a single one for a quaternary.
     """
 
     constituents: tuple[int, ...]
     sets: tuple[tuple[float, ...], ...]
 
-    def check(self, species_count: int, numbers_per_set: int) -> None:
-        """Raise `ValueError` unless the interaction fits a phase of so many species."""
-        what = f"interaction of {', '.join(str(place + 1) for place in self.constituents)}"
-        if len(self.constituents) not in (2, 3, 4):
-            raise ValueError(f"{what}: 2 to 4 constituents interact, not {len(self.constituents)}")
+    def check(self, constituent_count: int, numbers_per_set: Sequence[int]) -> None:
+        """Raise `ValueError` unless the interaction fits a phase of so many constituents."""
+        what = self._what()
         if len(set(self.constituents)) != len(self.constituents):
             raise ValueError(f"{what}: a constituent is named twice")
         for place in self.constituents:
-            if not 0 <= place < species_count:
-                raise ValueError(f"{what}: the phase has {species_count} constituents")
+            if not 0 <= place < constituent_count:
+                raise ValueError(f"{what}: the phase has {constituent_count} constituents")
         if not self.sets:
             raise ValueError(f"{what} has no coefficients")
+        for numbers in self.sets:
+            if len(numbers) not in numbers_per_set:
+                wanted = " or ".join(map(str, numbers_per_set))
+                raise ValueError(f"{what}: {len(numbers)} coefficients instead of {wanted}")
+            _check_finite(what, numbers)
+
+    def check_solution(self) -> None:
+        """Raise `ValueError` unless a Redlich-Kister phase can have the interaction."""
+        what = self._what()
+        if len(self.constituents) not in (2, 3, 4):
+            raise ValueError(f"{what}: 2 to 4 constituents interact, not {len(self.constituents)}")
         if len(self.constituents) == 3 and len(self.sets) not in (1, 3):
             raise ValueError(f"{what}: a ternary has 1 or 3 sets of coefficients")
         if len(self.constituents) == 4 and len(self.sets) != 1:
             raise ValueError(f"{what}: a quaternary has 1 set of coefficients")
-        for numbers in self.sets:
-            if len(numbers) != numbers_per_set:
-                raise ValueError(
-                    f"{what}: {len(numbers)} coefficients instead of {numbers_per_set}"
-                )
-            _check_finite(what, numbers)
+
+    def check_sublattices(self, sizes: Sequence[int]) -> None:
+        """Raise `ValueError` unless a phase with sublattices of these sizes can have it."""
+        what = self._what()
+        mixing = []
+        start = 0
+        for number, size in enumerate(sizes, start=1):
+            named = sum(start <= place < start + size for place in self.constituents)
+            if named == 0:
+                raise ValueError(f"{what} names nothing on sublattice {number}")
+            if named > 1:
+                mixing.append(named)
+            start += size
+        if not mixing:
+            raise ValueError(f"{what}: nothing mixes on any sublattice")
+        if mixing == [3] and len(self.sets) not in (1, 3):
+            raise ValueError(f"{what}: a ternary has 1 or 3 sets of coefficients")
+        if mixing not in ([2], [3], [2, 2]) and len(self.sets) != 1:
+            raise ValueError(f"{what}: so many mixing constituents have 1 set of coefficients")
+
+    def _what(self) -> str:
+        return f"interaction of {', '.join(str(place + 1) for place in self.constituents)}"
 
 
 @dataclass(frozen=True, slots=True)
@@ -225,19 +255,79 @@ class RedlichKisterPhase:
 
     def __post_init__(self) -> None:
         _check_mixture(self.name, self.species, magnetic=self.lattice is not None)
-        try:
-            for interaction in self.interactions:
-                interaction.check(len(self.species), GIBBS_TERMS)
-            for interaction in self.magnetic_interactions:
-                interaction.check(len(self.species), 2)
-        except ValueError as error:
-            raise ValueError(f"phase {self.name!r}: {error}") from None
-        if self.lattice is None and self.magnetic_interactions:
-            raise ValueError(f"phase {self.name!r}: magnetic interactions without lattice factors")
+        _check_interactions(self, len(self.species), Interaction.check_solution)
 
 
-Phase = IdealPhase | RedlichKisterPhase
+@dataclass(frozen=True, slots=True)
+class SublatticePhase:
+    """A phase of several sublattices (compound energy formalism).
+
+    `sites` holds the sites of each sublattice in a formula unit, `constituents` the names on each.
+    `species` are the end members, one for each combination; `members` says for each of them which
+    constituent is on each sublattice, counted from 0 within it. The interactions count through the
+    constituents of all sublattices. With `lattice` the phase is magnetic, as in
+    `RedlichKisterPhase`.
+    """
+
+    name: str
+    species: tuple[Species, ...]
+    sites: tuple[float, ...]
+    constituents: tuple[tuple[str, ...], ...]
+    members: tuple[tuple[int, ...], ...]
+    interactions: tuple[Interaction, ...] = ()
+    lattice: LatticeFactors | None = None
+    magnetic_interactions: tuple[Interaction, ...] = ()
+
+    def __post_init__(self) -> None:
+        _check_mixture(self.name, self.species, magnetic=self.lattice is not None)
+        what = f"phase {self.name!r}"
+        if not self.sites or len(self.sites) != len(self.constituents):
+            raise ValueError(
+                f"{what}: {len(self.sites)} numbers of sites for"
+                f" {len(self.constituents)} sublattices"
+            )
+        if not all(math.isfinite(number) and number > 0 for number in self.sites):
+            raise ValueError(f"{what}: a number of sites is not above 0")
+        for number, names in enumerate(self.constituents, start=1):
+            if not names:
+                raise ValueError(f"{what}: sublattice {number} has no constituent")
+            for name in names:
+                _check_name(f"{what}: constituent", name)
+            _check_unique(f"{what}, sublattice {number}: constituent", names)
+        self._check_members(what)
+        sizes = [len(names) for names in self.constituents]
+        _check_interactions(self, sum(sizes), lambda one: one.check_sublattices(sizes))
+
+    def _check_members(self, what: str) -> None:
+        combinations = set(product(*(range(len(names)) for names in self.constituents)))
+        if len(self.members) != len(self.species):
+            raise ValueError(
+                f"{what}: {len(self.members)} combinations for {len(self.species)} end members"
+            )
+        if len(self.members) != len(combinations) or set(self.members) != combinations:
+            raise ValueError(f"{what}: each combination needs one end member")
+
+
+Phase = IdealPhase | RedlichKisterPhase | SublatticePhase
 """A mixture phase of one of the models known here."""
+
+
+def _check_interactions(
+    phase: RedlichKisterPhase | SublatticePhase,
+    constituent_count: int,
+    check_shape: Callable[[Interaction], None],
+) -> None:
+    try:
+        for interaction in phase.interactions:
+            interaction.check(constituent_count, EXCESS_TERMS)
+            check_shape(interaction)
+        for interaction in phase.magnetic_interactions:
+            interaction.check(constituent_count, MAGNETIC_TERMS)
+            check_shape(interaction)
+    except ValueError as error:
+        raise ValueError(f"phase {phase.name!r}: {error}") from None
+    if phase.lattice is None and phase.magnetic_interactions:
+        raise ValueError(f"phase {phase.name!r}: magnetic interactions without lattice factors")
 
 
 def _check_mixture(name: str, species: Sequence[Species], *, magnetic: bool) -> None:

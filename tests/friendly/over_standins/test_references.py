@@ -11,16 +11,12 @@ import pytest
 import tessara.friendly
 
 METHODS = friendly_calls.own_callables(tessara.friendly)
-# Under the sanitizers memory comes from `malloc`, which counts no blocks, and everything takes
-# several times as long.
-MALLOC = os.environ.get("PYTHONMALLOC") == "malloc"
-REPETITIONS = 2 if MALLOC else 10
+# Under the sanitizers memory comes from `malloc`, and everything takes several times as long.
+REPETITIONS = 3 if os.environ.get("PYTHONMALLOC") == "malloc" else 50
 ROUNDS = 20
 
 
 def blocks_in_use():
-    if MALLOC:
-        return 0
     gc.collect()
     return sys.getallocatedblocks()
 

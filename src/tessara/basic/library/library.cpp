@@ -119,8 +119,12 @@ void Library::read_data() {
         throw LibraryError(ErrorNumber::NoDataFile, {});
     }
     loaded_.reset();
+    loaded_ = std::make_unique<Loaded>(read_system(*file), options_);
+}
+
+std::shared_ptr<const System> Library::read_system(const Channels::DataFile& file) {
     try {
-        loaded_ = std::make_unique<Loaded>(System::read_dat(file->text, file->name), options_);
+        return System::read_dat(file.text, file.name);
     } catch (const ReadError& error) {
         throw LibraryError(error.what(), error.file(), error.line(), error.column());
     }
@@ -553,6 +557,11 @@ int Library::iterations() const {
 std::vector<Results::SetValues> Library::composition_sets(int i_ph) const {
     check_phase(i_ph);
     return with_result("the composition sets").results.sets(index(i_ph), units_);
+}
+
+std::vector<std::vector<NamedFractions>> Library::internal_fractions(int i_ph) const {
+    check_phase(i_ph);
+    return with_result("the internal fractions").results.internal_fractions(index(i_ph));
 }
 
 // --- warnings ---

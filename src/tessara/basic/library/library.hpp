@@ -69,6 +69,9 @@ public:
     void read_data();
     void list_inputs();
 
+    /// The system of a data file; what the library holds stays as it is.
+    static std::shared_ptr<const System> read_system(const Channels::DataFile& file);
+
     // --- information ---
 
     static std::string copyright();
@@ -113,6 +116,7 @@ public:
     const Certificate& certificate() const;
     int iterations() const;
     std::vector<Results::SetValues> composition_sets(int i_ph) const;
+    std::vector<std::vector<NamedFractions>> internal_fractions(int i_ph) const;
 
     // --- options ---
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "basic/python/ref.hpp"
+#include "engine/data/description.hpp"
 
 #include <array>
 #include <string>
@@ -74,6 +75,9 @@ Ref list_of(const Items& items, const Make& make) {
 inline void set_item(const Ref& dict, const char* key, const Ref& value) {
     checked(PyDict_SetItemString(dict.get(), key, value.get()));
 }
+
+/// The Python object of a plain value: a table becomes a dict.
+Ref object(const Description& description);
 
 template <class... Items>
 Ref tuple_of(const Items&... items) {
