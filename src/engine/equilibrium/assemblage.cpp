@@ -1,7 +1,6 @@
 #include "engine/equilibrium/assemblage.hpp"
 
 #include "engine/equilibrium/vectors.hpp"
-#include "engine/units/constants.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -10,9 +9,6 @@ namespace tessara {
 namespace {
 
 constexpr int MostBases = 5;
-/// Largest change of an amount, relative, by which rounding is taken out of its balance.
-constexpr double MostClosing = 1e-10;
-constexpr int ClosingSweeps = 3;
 
 } // namespace
 
@@ -51,120 +47,6 @@ std::span<const double> Assemblage::member_stoichiometry(const Member& member) c
 double Assemblage::member_gibbs(const Member& member) const {
     return member.kind == Member::Kind::Reservoir ? (*reservoirs_)[member.id].potential
                                                   : system_->gibbs()[member.id];
-}
-
-/// Takes what rounding of the potentials left open in each balance out of its basis species, a
-/// change far below what their potentials can show.
-void Assemblage::close_balances() {
-    const bool any_variables = std::any_of(
-        mixtures.begin(), mixtures.begin() + static_cast<std::ptrdiff_t>(mixture_count),
-        [&](const MixtureSet& set) { return system_->blocks[set.block].variables != nullptr; });
-    // What takes part among internal variables may stand in other balances.
-    for (int sweep = 0; sweep < (any_variables ? ClosingSweeps : 1); ++sweep) {
-        for (std::size_t k = 0; k < unknowns(); ++k) {
-            close_balance(k);
-        }
-    }
-}
-
-void Assemblage::close_balance(std::size_t k) {
-    const Member& member = basis_[fixed_ + k];
-    MixtureSet& set = mixtures[member.set];
-    const std::size_t at = member.id - system_->blocks[set.block].first;
-    double rest = right_[fixed_ + k];
-    for (std::size_t f = 0; f < mixture_count; ++f) {
-        const Block& block = system_->blocks[mixtures[f].block];
-        for (std::size_t i = 0; i < block.count; ++i) {
-            rest -= amounts_[sets_[f].first + i] * nu_row(block.first + i)[fixed_ + k];
-        }
-    }
-    const double own = amounts_[sets_[member.set].first + at];
-    if (std::abs(rest) > 2.0 * Epsilon * own && std::abs(rest) <= MostClosing * own) {
-        grow(set, at, rest,
-             std::span(&amounts_[sets_[member.set].first], system_->blocks[set.block].count));
-    }
-}
-
-/// Adds `rest` to the amount of one of a set's variables. The set grows by that, the other
-/// fractions fall in proportion; among internal variables the most abundant ones take up what then
-/// has to change.
-void Assemblage::grow(MixtureSet& set, std::size_t at, double rest, std::span<double> amounts) {
-    const Block& block = system_->blocks[set.block];
-    const auto change = [&](std::size_t i, double by) {
-        const double own = amounts[i];
-        set.log_x[i] += std::log1p(by / own);
-        set.x[i] *= 1.0 + by / own;
-        amounts[i] += by;
-    };
-    if (block.variables == nullptr) {
-        change(at, rest);
-        finish_growth(set, rest);
-        return;
-    }
-    const Constraints& constraints = block.variables->constraints;
-    const bool charged = !constraints.charge.empty();
-    double units = constraints.weight[at] * rest;
-    // What makes up for it: the most abundant in this set of each group that has to change.
-    std::vector<std::pair<std::size_t, double>>& others = changes_;
-    others.clear();
-    const auto most_abundant = [&](std::size_t group) {
-        std::size_t best = at;
-        double most = 0.0;
-        for (std::size_t i = 0; i < block.count; ++i) {
-            const double size = amounts[i] * (charged ? std::abs(constraints.charge[i]) : 1.0);
-            if (constraints.group[i] == group && i != at && size > most) {
-                best = i;
-                most = size;
-            }
-        }
-        return best;
-    };
-    if (charged) {
-        if (constraints.charge[at] != 0.0) {
-            const std::size_t taker = most_abundant(0);
-            if (taker == at || constraints.charge[taker] == 0.0) {
-                return;
-            }
-            const double by = -rest * constraints.charge[at] / constraints.charge[taker];
-            others.push_back({taker, by});
-            units += constraints.weight[taker] * by;
-        }
-    } else if (constraints.group[at] > 0) {
-        const std::size_t taker = most_abundant(constraints.group[at]);
-        if (taker == at) {
-            return;
-        }
-        others.push_back({taker, -units / constraints.weight[taker]});
-        units = 0.0;
-    } else {
-        for (std::size_t g = 1; g < constraints.groups; ++g) {
-            const std::size_t taker = most_abundant(g);
-            others.push_back({taker, units / constraints.weight[taker]});
-        }
-    }
-    for (const auto& [taker, by] : others) {
-        if (std::abs(by) > MostClosing * amounts[taker]) {
-            return;
-        }
-    }
-    change(at, rest);
-    for (const auto& [taker, by] : others) {
-        change(taker, by);
-    }
-    finish_growth(set, units);
-}
-
-/// Scales a set to its new amount.
-void Assemblage::finish_growth(MixtureSet& set, double units) {
-    if (units == 0.0) {
-        return;
-    }
-    const double growth = std::log1p(units / set.amount());
-    set.log_amount += growth;
-    for (std::size_t i = 0; i < set.x.size(); ++i) {
-        set.log_x[i] -= growth;
-        set.x[i] *= std::exp(-growth);
-    }
 }
 
 void Assemblage::keep() {

@@ -175,10 +175,13 @@ private:
     void sum_amounts(std::size_t block, std::vector<double>& sums) const;
     void choose_bases_of_blocks();
     double member_potential(const Block& block, const MixtureSet& set, std::size_t i);
-    void grow(MixtureSet& set, std::size_t at, double rest, std::span<double> amounts);
-    static void finish_growth(MixtureSet& set, double units);
+    double open_rest(std::size_t k) const;
     void close_balances();
     void close_balance(std::size_t k);
+    void close_balances_together();
+    void add_closing_constraints(std::size_t f);
+    void add_closing_row(double scale, double rest);
+    void change_amounts(std::size_t f, std::span<const double> relative);
     Outcome finish();
     void update_duals();
 
@@ -233,7 +236,8 @@ private:
     Eigen::PartialPivLU<Eigen::MatrixXd> lu_;
     TraceLevels levels_;
     std::vector<double> saved_;
-    std::vector<std::pair<std::size_t, double>> changes_;
+    /// Rows over the variables of all mixture sets, what each is short of, and the row being made.
+    std::vector<double> closing_rows_, closing_rests_, closing_row_;
     std::vector<MixtureSet> start_; ///< the mixture sets as they were when solving began
     std::vector<PureSet> kept_pure_;
     std::vector<MixtureSet> kept_mixtures_;

@@ -77,7 +77,7 @@ void FormProducts::add(std::size_t coefficient, double multiplier,
         }
         TermFactor own{factor, entries_.size(), 0};
         for (const FormPart& part : forms_[factor.form].parts) {
-            entries_.push_back({place_of(part.variable), part.factor, 0.0});
+            entries_.push_back({part.variable, place_of(part.variable), part.factor, 0.0});
         }
         if (factor.over != None) {
             for (const FormPart& part : forms_[factor.over].parts) {
@@ -88,7 +88,7 @@ void FormProducts::add(std::size_t coefficient, double multiplier,
                 if (entry != entries_.end()) {
                     entry->below = part.factor;
                 } else {
-                    entries_.push_back({place, 0.0, part.factor});
+                    entries_.push_back({part.variable, place, 0.0, part.factor});
                 }
             }
         }
@@ -104,6 +104,7 @@ void FormProducts::add(std::size_t coefficient, double multiplier,
     after_.resize(std::max(after_.size(), term.factor_count + 1));
     rest_.resize(std::max(rest_.size(), term.factor_count * term.factor_count));
     cross_.resize(std::max(cross_.size(), term.variable_count));
+    slopes_.resize(entries_.size());
 }
 
 void FormProducts::set(std::span<const double> y) const {
@@ -124,16 +125,38 @@ double FormProducts::factor_value(const Factor& factor) const {
     return power(factor.over == None ? above : above / values_[factor.over], factor.power);
 }
 
-FormProducts::Derivatives FormProducts::derivatives(const Factor& factor) const {
-    const double a = values_[factor.form];
+/// b dr/dy of one entry. Where it stands in both forms, the ratio's change is what the other
+/// entries leave: written out, as the difference would lose the digits of a form that a trace fills
+/// alone.
+double FormProducts::slope(const TermFactor& own, const Entry& entry) const {
+    if (own.factor.over == None || entry.below == 0.0) {
+        return entry.above;
+    }
+    const Form& above = forms_[own.factor.form];
+    const Form& below = forms_[own.factor.over];
+    const double inverse = 1.0 / values_[own.factor.over];
+    if (entry.above == 0.0) {
+        return -entry.below * values_[own.factor.form] * inverse;
+    }
+    double sum = entry.above * below.constant - entry.below * above.constant;
+    for (std::size_t e = 0; e < own.entry_count; ++e) {
+        const Entry& other = entries_[own.first_entry + e];
+        sum += (entry.above * other.below - entry.below * other.above) * values_[other.variable];
+    }
+    return sum * inverse;
+}
+
+FormProducts::Derivatives FormProducts::derivatives(const TermFactor& own) const {
+    const Factor& factor = own.factor;
     const double inverse = factor.over == None ? 1.0 : 1.0 / values_[factor.over];
-    const double ratio = a * inverse;
+    const double ratio = values_[factor.form] * inverse;
     const double e = factor.power;
     const double second = factor.power == 1 ? 0.0 : power(ratio, factor.power - 2);
     const double first = factor.power == 1 ? 1.0 : second * ratio;
-    const double f = first * ratio;
-    return {inverse,          f, e * first, -e * f, e * (e - 1.0) * second, -e * e * first,
-            e * (e + 1.0) * f};
+    for (std::size_t k = own.first_entry; k < own.first_entry + own.entry_count; ++k) {
+        slopes_[k] = slope(own, entries_[k]);
+    }
+    return {inverse, first * ratio, e * first, e * (e - 1.0) * second};
 }
 
 double FormProducts::product(const Term& term) const {
@@ -172,18 +195,16 @@ double FormProducts::gradient(std::span<const double> y, std::span<const double>
         }
         after_[term.factor_count] = 1.0;
         for (std::size_t k = term.factor_count; k-- > 0;) {
-            derivatives_[k] = derivatives(factors_[term.first_factor + k].factor);
+            derivatives_[k] = derivatives(factors_[term.first_factor + k]);
             after_[k] = derivatives_[k].f * after_[k + 1];
         }
         double before = c;
         for (std::size_t k = 0; k < term.factor_count; ++k) {
             const TermFactor& own = factors_[term.first_factor + k];
             const Derivatives& d = derivatives_[k];
-            const double others = before * after_[k + 1] * d.inverse;
-            for (std::size_t e = 0; e < own.entry_count; ++e) {
-                const Entry& entry = entries_[own.first_entry + e];
-                gradient[places_[term.first_variable + entry.place]] +=
-                    others * (d.above * entry.above + d.below * entry.below);
+            const double others = before * after_[k + 1] * d.inverse * d.first;
+            for (std::size_t e = own.first_entry; e < own.first_entry + own.entry_count; ++e) {
+                gradient[entries_[e].variable] += others * slopes_[e];
             }
             before *= d.f;
         }
@@ -223,11 +244,11 @@ void FormProducts::add_hessian(const Term& term, double factor, std::span<double
     std::fill_n(rows_.begin(), count * width, 0.0);
     for (std::size_t k = 0; k < count; ++k) {
         const TermFactor& own = factors_[term.first_factor + k];
-        const Derivatives& d = derivatives_[k] = derivatives(own.factor);
+        const Derivatives& d = derivatives_[k] = derivatives(own);
         for (std::size_t e = 0; e < own.entry_count; ++e) {
             const Entry& entry = entries_[own.first_entry + e];
-            rows_[k * width + entry.place] = scale_[at[entry.place]] * d.inverse *
-                                             (d.above * entry.above + d.below * entry.below);
+            rows_[k * width + entry.place] =
+                scale_[entry.variable] * d.inverse * d.first * slopes_[own.first_entry + e];
         }
     }
     // The products without two of the factors, those before, between and after them.
@@ -259,7 +280,7 @@ void FormProducts::add_hessian(const Term& term, double factor, std::span<double
         const bool curved = own.factor.power > 1 || own.factor.over != None;
         for (std::size_t e = 0; e < own.entry_count; ++e) {
             const Entry& entry = entries_[own.first_entry + e];
-            double* row = hessian.data() + at[entry.place] * variables_;
+            double* row = hessian.data() + entry.variable * variables_;
             const double slope = rows_[k * width + entry.place];
             for (std::size_t v = 0; v < width; ++v) {
                 row[at[v]] += slope * cross_[v];
@@ -267,13 +288,16 @@ void FormProducts::add_hessian(const Term& term, double factor, std::span<double
             if (!curved) {
                 continue;
             }
-            const double scale = scale_[at[entry.place]] * d.inverse;
-            const double above = others * scale * (d.above2 * entry.above + d.mixed * entry.below);
-            const double below = others * scale * (d.mixed * entry.above + d.below2 * entry.below);
+            // b^2 d2r/dydz = -(b dr/dy times the share of z in b, and the other way round)
+            const double scale = others * scale_[entry.variable] * d.inverse;
+            const double own_slope = slopes_[own.first_entry + e];
+            const double shared = scale * (d.second * own_slope - d.first * entry.below);
+            const double below = -scale * d.first * own_slope;
             for (std::size_t o = 0; o < own.entry_count; ++o) {
                 const Entry& other = entries_[own.first_entry + o];
-                row[at[other.place]] += scale_[at[other.place]] * d.inverse *
-                                        (above * other.above + below * other.below);
+                row[other.variable] +=
+                    scale_[other.variable] * d.inverse *
+                    (shared * slopes_[own.first_entry + o] + below * other.below);
             }
         }
     }

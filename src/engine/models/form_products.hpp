@@ -67,6 +67,7 @@ private:
     };
     /// A variable of a factor, with its share in the form above and in the one below.
     struct Entry {
+        std::size_t variable;
         std::size_t place; ///< among the variables of the product
         double above;
         double below;
@@ -84,15 +85,16 @@ private:
         std::size_t first_variable; ///< in `places_`
         std::size_t variable_count;
     };
-    /// A factor's value f = r^e, r = a / b, and its derivatives in a / b with b fixed and in ln b.
+    /// A factor's value f = r^e, r = a / b, and its derivatives in r.
     struct Derivatives {
         double inverse; ///< 1 / b
-        double f, above, below, above2, mixed, below2;
+        double f, first, second;
     };
 
     void set(std::span<const double> y) const;
     double factor_value(const Factor& factor) const;
-    Derivatives derivatives(const Factor& factor) const;
+    Derivatives derivatives(const TermFactor& own) const;
+    double slope(const TermFactor& own, const Entry& entry) const;
     double product(const Term& term) const;
     void add_hessian(const Term& term, double factor, std::span<double> hessian) const;
 
@@ -108,10 +110,11 @@ private:
     mutable std::vector<double> values_; ///< of the forms
     mutable std::vector<double> scale_;  ///< of the variables, in the Hessian
     mutable std::vector<Derivatives> derivatives_;
-    mutable std::vector<double> rows_;  ///< the factors' gradients, over the product's variables
-    mutable std::vector<double> after_; ///< products of the factors from one on
-    mutable std::vector<double> rest_;  ///< products without two factors
-    mutable std::vector<double> cross_; ///< sum of the other factors' gradients
+    mutable std::vector<double> slopes_; ///< b dr/dy of each entry
+    mutable std::vector<double> rows_;   ///< the factors' gradients, over the product's variables
+    mutable std::vector<double> after_;  ///< products of the factors from one on
+    mutable std::vector<double> rest_;   ///< products without two factors
+    mutable std::vector<double> cross_;  ///< sum of the other factors' gradients
 };
 
 } // namespace tessara
