@@ -65,6 +65,55 @@ const Equilibrium& Solver::solve(const EquilibriumConditions& conditions, Start 
     return result_;
 }
 
+const Equilibrium* Solver::follow(const EquilibriumConditions& conditions) {
+    iterations_ = 0;
+    prepare(conditions);
+    if (!std::exchange(assemblage_is_start_, false)) {
+        return nullptr;
+    }
+    assemblage_.keep();
+    const auto outcome = assemblage_.solve(*active_, reservoirs_, feeds_, {});
+    iterations_ = assemblage_.iterations();
+    bool good = outcome == Assemblage::Outcome::Solved && stable_phases_hold();
+    if (good) {
+        if (assemblage_.open_count() > 0) {
+            close_open_potentials(); // forces are what they are where there are no such potentials
+        }
+        find_violations();
+        make_result(conditions);
+        good = result_.certificate.balance <= Certificate::BalanceBound &&
+               result_.certificate.potential <= Certificate::PotentialBound;
+    }
+    if (!good) {
+        assemblage_.take_back();
+    }
+    assemblage_is_start_ = true;
+    return good ? &result_ : nullptr;
+}
+
+Solver::Snapshot Solver::snapshot() const {
+    if (!assemblage_is_start_) {
+        return {};
+    }
+    const auto count = static_cast<std::ptrdiff_t>(assemblage_.mixture_count);
+    return {active_number_,
+            assemblage_.pure,
+            {assemblage_.mixtures.begin(), assemblage_.mixtures.begin() + count}};
+}
+
+bool Solver::start_from(const Snapshot& snapshot) {
+    if (snapshot.of == 0 || snapshot.of != active_number_) {
+        return false;
+    }
+    assemblage_.clear();
+    assemblage_.pure = snapshot.pure;
+    for (const MixtureSet& set : snapshot.mixtures) {
+        assemblage_.add_mixture(set.block, set.x.size()) = set;
+    }
+    assemblage_is_start_ = true;
+    return true;
+}
+
 // --- Newton's method and what follows it ---
 
 /// Solves for the assemblage, dropping sets that vanish.

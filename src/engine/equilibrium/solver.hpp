@@ -43,6 +43,23 @@ public:
     /// none or where it leads nowhere. Throws `SolveError`.
     const Equilibrium& solve(const EquilibriumConditions& conditions, Start start = Start::Cold);
 
+    /// The state that the phases of the last result have under the conditions, whatever else would
+    /// lower the Gibbs energy: driving forces of the absent may be above zero. Null where they have
+    /// none; the last result stays the start of the next calculation then.
+    const Equilibrium* follow(const EquilibriumConditions& conditions);
+
+    /// Phases and compositions to start from.
+    struct Snapshot {
+        std::size_t of = 0; ///< the active system they belong to
+        std::vector<PureSet> pure;
+        std::vector<MixtureSet> mixtures;
+    };
+    /// Those of the last result; empty where there is none.
+    Snapshot snapshot() const;
+    /// Makes them the start of the next calculation. False where they don't belong to what takes
+    /// part now: the next calculation starts as it would have.
+    bool start_from(const Snapshot& snapshot);
+
     const Options& options() const { return options_; }
     void set_options(const Options& options);
 
@@ -124,6 +141,7 @@ private:
 
     // The part of the system that can be there.
     std::unique_ptr<ActiveSystem> active_;
+    std::size_t active_number_ = 0; ///< counts the active systems
     std::vector<char> available_;
     std::vector<char> excluded_;       ///< constituents that cannot form
     std::vector<double> excluded_for_; ///< the input that `excluded_` was worked out for
