@@ -1,0 +1,28 @@
+#pragma once
+
+namespace tessara {
+
+/// A zero between two points at which a function has different signs: Chandrupatla's method, which
+/// takes inverse quadratic interpolation where the last three points promise that it is good, and
+/// halves the interval elsewhere.
+struct Bracket {
+    double low;
+    double f_low;
+    double high;
+    double f_high;
+
+    /// Whether there are numbers left between the two, and no zero has been met.
+    bool is_open() const;
+    /// Where to look next.
+    double next();
+    /// Takes the value there up.
+    void take(double point, double f);
+
+private:
+    double third_ = 0.0; ///< the point given up last
+    double f_third_ = 0.0;
+    bool has_third_ = false;
+    int steps_ = 0;
+};
+
+} // namespace tessara
