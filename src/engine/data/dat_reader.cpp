@@ -47,8 +47,8 @@ bool same_substance(const Constituent& a, const Constituent& b) {
 /// Reads one file. Members are in the order of the file's records.
 class DatReader {
 public:
-    DatReader(std::string_view text, const std::string& file)
-        : tokens_(text, file), system_(std::make_shared<System>()) {}
+    explicit DatReader(DatTokens tokens)
+        : tokens_(std::move(tokens)), system_(std::make_shared<System>()) {}
 
     std::shared_ptr<const System> read() {
         read_header();
@@ -667,7 +667,11 @@ private:
 };
 
 std::shared_ptr<const System> System::read_dat(std::string_view text, const std::string& file) {
-    return DatReader(text, file).read();
+    return read_records(DatTokens(text, file));
+}
+
+std::shared_ptr<const System> System::read_records(DatTokens records) {
+    return DatReader(std::move(records)).read();
 }
 
 } // namespace tessara
