@@ -249,7 +249,7 @@ void DatTokens::drop_rest() {
 
 const LineNumber& DatTokens::look_ahead() {
     if (!ahead_) {
-        next_ = std::get<TdfLines>(source_).take_number();
+        std::get<TdfLines>(source_).take_number(next_);
         ahead_ = true;
     }
     return next_;
@@ -266,8 +266,7 @@ std::string_view DatTokens::line_text() {
     }
     std::string text;
     while (ahead_ || std::get<TdfLines>(source_).numbers_left() > 0) {
-        last_number_ = look_ahead();
-        ahead_ = false;
+        take_line_number();
         text.resize(std::max(text.size(), last_number_.column), ' ');
         text += last_number_.text();
     }
@@ -292,7 +291,7 @@ std::size_t DatTokens::line_length() const {
 
 const Token& DatTokens::last() const {
     if (last_untold_) {
-        last_.text = kept(last_number_.text());
+        last_ = {kept(last_number_.text()), last_line_, static_cast<int>(last_number_.column) + 1};
         last_untold_ = false;
     }
     return last_;
@@ -322,10 +321,14 @@ void DatTokens::take(std::size_t end) {
 }
 
 double DatTokens::take_line_number() {
-    last_number_ = look_ahead();
-    last_ = {{}, line_, static_cast<int>(last_number_.column) + 1};
+    if (ahead_) {
+        last_number_ = next_;
+        ahead_ = false;
+    } else {
+        std::get<TdfLines>(source_).take_number(last_number_);
+    }
+    last_line_ = line_;
     last_untold_ = true;
-    ahead_ = false;
     taken_ = true;
     return last_number_.value;
 }
@@ -355,7 +358,7 @@ Token DatTokens::word(const std::string& what) {
     }
     if (numbers_) {
         take_line_number();
-        last_.text = token->text;
+        last_ = *token;
         last_untold_ = false;
     } else {
         take(column_ + token->text.size());
@@ -377,8 +380,8 @@ std::optional<int> DatTokens::next_integer(int least, int most) {
         return std::nullopt;
     }
     if (last_has_point()) {
-        note(last_.line, last_.column,
-             quoted(last().text) + " stands for a whole number; write it without a point");
+        note(last().line, last_.column,
+             quoted(last_.text) + " stands for a whole number; write it without a point");
     }
     return static_cast<int>(*value);
 }

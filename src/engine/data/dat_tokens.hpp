@@ -152,13 +152,14 @@ private:
     bool numbers_ = false;
     std::string_view text_;
     std::size_t column_ = 0; ///< offset of the first character of the text not yet taken
-    LineNumber next_{};      ///< the number to be taken next
+    LineNumber next_;        ///< the number to be taken next
     bool ahead_ = false;     ///< ... is known
 
-    // The word taken last. The text of a number that came as a value is made where it is asked for.
+    // The word taken last; one that came as a value becomes a word where it is asked for.
     mutable Token last_{};
     mutable bool last_untold_ = false;
-    LineNumber last_number_{};
+    LineNumber last_number_;
+    int last_line_ = 0;
     bool found_ = false; ///< what was asked for last is there, right or wrong
     mutable std::deque<std::string> texts_;
 

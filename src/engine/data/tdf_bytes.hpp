@@ -3,6 +3,7 @@
 #include <bit>
 #include <concepts>
 #include <cstdint>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -56,10 +57,10 @@ public:
     template <std::unsigned_integral Number>
     Number number() {
         require(sizeof(Number));
-        Number value = 0;
-        for (std::size_t k = 0; k < sizeof(Number); ++k) {
-            const Number byte = static_cast<std::uint8_t>(bytes_[at_ + k]);
-            value = static_cast<Number>(value | static_cast<Number>(byte << (8 * k)));
+        Number value; // NOLINT(cppcoreguidelines-init-variables)
+        std::memcpy(&value, bytes_.data() + at_, sizeof(Number));
+        if constexpr (std::endian::native != std::endian::little) {
+            value = reversed(value);
         }
         at_ += sizeof(Number);
         return value;
@@ -98,6 +99,16 @@ public:
     }
 
 private:
+    template <class Number>
+    static Number reversed(Number value) {
+        Number result = 0;
+        for (std::size_t k = 0; k < sizeof(Number); ++k) {
+            const Number byte = static_cast<std::uint8_t>(value >> (8 * k));
+            result = static_cast<Number>(result | byte << (8 * (sizeof(Number) - 1 - k)));
+        }
+        return result;
+    }
+
     void require(std::size_t size) const {
         if (bytes_.size() - at_ < size) {
             fail();

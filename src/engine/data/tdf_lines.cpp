@@ -200,8 +200,8 @@ TdfLines::TdfLines(std::string_view bytes, std::size_t begin, std::size_t end)
 }
 
 bool TdfLines::next() {
-    while (left_ > 0) {
-        take_number();
+    for (LineNumber dropped; left_ > 0;) {
+        take_number(dropped);
     }
     if (in_.at_end()) {
         return false;
@@ -214,7 +214,7 @@ bool TdfLines::next() {
     return true;
 }
 
-LineNumber TdfLines::take_number() {
+void TdfLines::take_number(LineNumber& number) {
     const auto index = in_.number<std::uint8_t>();
     if (index >= forms_.size()) {
         in_.fail();
@@ -225,9 +225,11 @@ LineNumber TdfLines::take_number() {
     if (column_ > LastColumn) {
         in_.fail();
     }
-    LineNumber number{0.0, column_, &form, {}};
+    number.column = column_;
+    number.form = &form;
     switch (form.width) {
     case Width::None:
+        number.value = 0.0;
         break;
     case Width::Byte:
         number.value = static_cast<std::int8_t>(in_.number<std::uint8_t>());
@@ -246,7 +248,6 @@ LineNumber TdfLines::take_number() {
         number.own_text = in_.text();
         break;
     }
-    return number;
 }
 
 } // namespace tessara

@@ -29,10 +29,10 @@ struct NumberForm {
 
 /// A number of a line of numbers.
 struct LineNumber {
-    double value;
-    std::size_t column; ///< offset of its first character in the line
-    const NumberForm* form;
-    std::string_view own_text; ///< of a `RealText`
+    double value = 0.0;
+    std::size_t column = 0; ///< offset of its first character in the line
+    const NumberForm* form = nullptr;
+    std::string_view own_text{}; ///< of a `RealText`
 
     bool has_point() const;
     std::string text() const;
@@ -57,7 +57,8 @@ public:
 
     /// How many numbers of the line have not been taken.
     std::size_t numbers_left() const { return left_; }
-    LineNumber take_number();
+    /// Takes the next number of the line, of which some must be left.
+    void take_number(LineNumber& number);
 
 private:
     TdfReader in_;
