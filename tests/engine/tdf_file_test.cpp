@@ -354,7 +354,7 @@ TEST(TdfReader, EndsWithASystemOrWordsWhateverTheBytes) {
     int refused = 0;
     for (int k = 0; k < 20000; ++k) {
         std::string bytes = good;
-        for (unsigned changes = 1 + random() % 3; changes > 0; --changes) {
+        for (auto changes = 1 + random() % 3; changes > 0; --changes) {
             const std::size_t place = 20 + random() % (bytes.size() - 28);
             switch (random() % 3) {
             case 0:

@@ -124,9 +124,9 @@ std::string random_text(std::mt19937& random) {
                                         "007", "1d3",  "Fe2O3", "#",    "1,",      "IDMX",
                                         "x1",  "+4.0", "=",     "0",    "2.00",    "1e-400"};
     std::string text = "title\n";
-    for (unsigned lines = random() % 12; lines > 0; --lines) {
+    for (auto lines = random() % 12; lines > 0; --lines) {
         const bool only_numbers = random() % 2 == 0;
-        for (unsigned count = random() % 6; count > 0; --count) {
+        for (auto count = random() % 6; count > 0; --count) {
             text += std::string(1 + random() % 3, ' ');
             text += only_numbers ? words[random() % 6] : words[random() % std::size(words)];
         }

@@ -203,7 +203,7 @@ void DatTokens::note_commas() {
 bool DatTokens::seek_line() {
     while (in_line_ || advance()) {
         if (numbers_) {
-            if (ahead_ || std::get<TdfLines>(source_).numbers_left() > 0) {
+            if (ahead_ || numbers_left() > 0) {
                 return true;
             }
         } else {
@@ -217,13 +217,16 @@ bool DatTokens::seek_line() {
     return false;
 }
 
-/// Takes what is left of the line and tells how many numbers it holds.
+/// How many numbers are left in the line. Takes those of a line of numbers.
 std::size_t DatTokens::drop_numbers() {
     std::size_t count = 0;
     if (numbers_) {
-        count = std::get<TdfLines>(source_).numbers_left() + (ahead_ ? 1 : 0);
+        for (; ahead_ || numbers_left() > 0; ++count) {
+            look_ahead();
+            ahead_ = false;
+        }
         if (count > 0) {
-            column_ = last_number_.column + last().text.size();
+            column_ = next_.end();
         }
         return count;
     }
@@ -239,8 +242,9 @@ void DatTokens::drop_rest() {
     if (!taken_) {
         return;
     }
+    const std::size_t column = column_;
     if (const std::size_t count = drop_numbers(); count > 0) {
-        note(line_, static_cast<int>(column_) + 1,
+        note(line_, static_cast<int>(numbers_ ? last_number_.end() : column) + 1,
              std::to_string(count) + (count == 1 ? " unread number" : " unread numbers") +
                  " after the record of " + context_);
     }
@@ -265,7 +269,7 @@ std::string_view DatTokens::line_text() {
         return text_;
     }
     std::string text;
-    while (ahead_ || std::get<TdfLines>(source_).numbers_left() > 0) {
+    while (ahead_ || numbers_left() > 0) {
         take_line_number();
         text.resize(std::max(text.size(), last_number_.column), ' ');
         text += last_number_.text();
@@ -284,7 +288,11 @@ std::optional<std::string_view> DatTokens::raw_line() {
 
 /// Length of the line that came last, but for blanks behind its numbers.
 std::size_t DatTokens::line_length() const {
-    return numbers_ ? last_number_.column + last_number_.text().size() : text_.size();
+    if (!numbers_) {
+        return text_.size();
+    }
+    // What was dropped lies behind what was taken.
+    return column_ > 0 ? column_ : last_line_ == line_ ? last_number_.end() : 0;
 }
 
 // --- words and numbers ---
@@ -380,8 +388,9 @@ std::optional<int> DatTokens::next_integer(int least, int most) {
         return std::nullopt;
     }
     if (last_has_point()) {
-        note(last().line, last_.column,
-             quoted(last_.text) + " stands for a whole number; write it without a point");
+        const Token& word = last();
+        note(word.line, word.column,
+             quoted(word.text) + " stands for a whole number; write it without a point");
     }
     return static_cast<int>(*value);
 }

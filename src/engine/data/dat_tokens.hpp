@@ -126,6 +126,7 @@ private:
     void note_commas();
     void drop_rest();
     std::size_t drop_numbers();
+    std::size_t numbers_left() const { return std::get<TdfLines>(source_).numbers_left(); }
     const LineNumber& look_ahead();
     std::string_view kept(std::string text) const;
     std::string_view line_text();

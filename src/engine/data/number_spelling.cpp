@@ -92,7 +92,7 @@ NumberSpelling NumberSpelling::of(std::string_view text) {
 }
 
 std::string NumberSpelling::text(double value) const {
-    if (marks == Zero && decimals == 0 && value >= 0.0 && value < 1e9 &&
+    if (marks == Zero && decimals == 0 && !std::signbit(value) && value < 1e9 &&
         value == std::floor(value)) {
         return std::to_string(static_cast<int>(value)); // counts, which are asked for most
     }

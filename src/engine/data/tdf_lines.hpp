@@ -36,6 +36,8 @@ struct LineNumber {
 
     bool has_point() const;
     std::string text() const;
+    /// Offset of the end of its text.
+    std::size_t end() const { return column + text().size(); }
 };
 
 /// Appends the lines of a data file's text in their compact form: a line of numbers as their

@@ -26,6 +26,8 @@ Operations of its own, without counterpart in `friendly`:
     configuration(option)           tells it
     constituent_data(i_ph, i_pc, data, T=None)
                                     a standard datum of a phase constituent
+    pack(source, target, remark='', created=None)
+                                    writes a data file as a transparent one
 )";
 
 /// The module once it has been set up. Never destroyed, as nothing tears the library down.
