@@ -20,7 +20,9 @@ OPERATIONS = [
     "hxgsp", "hxcsp", "hxgspc", "hxcspc", "hxsetc", "hxremc", "hxgetr", "hxce", "hxcel",
     "hxcen", "hxcenl", "hxmap", "hxmapl", "hxsttp", "hxstrm", "hxstca", "hxstec", "hxstxp",
 ]  # fmt: skip
-OWN = ["certificate", "composition_sets", "configuration", "configure", "constituent_data"]
+OWN = [
+    "certificate", "composition_sets", "configuration", "configure", "constituent_data", "pack",
+]  # fmt: skip
 
 
 def test_has_every_operation(hx):

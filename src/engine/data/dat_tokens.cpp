@@ -242,9 +242,9 @@ void DatTokens::drop_rest() {
     if (!taken_) {
         return;
     }
-    const std::size_t column = column_;
+    const std::size_t column = !numbers_ ? column_ : ahead_ ? next_.column : last_number_.end();
     if (const std::size_t count = drop_numbers(); count > 0) {
-        note(line_, static_cast<int>(numbers_ ? last_number_.end() : column) + 1,
+        note(line_, static_cast<int>(column) + 1,
              std::to_string(count) + (count == 1 ? " unread number" : " unread numbers") +
                  " after the record of " + context_);
     }
