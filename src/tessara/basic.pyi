@@ -44,7 +44,18 @@ def hxgtpi() -> str: ...
 def hxvers() -> int: ...
 def hxsize() -> tuple[int, ...]: ...
 def hxused() -> tuple[int, ...]: ...
-def hxgtrh() -> tuple[Any, ...]: ...
+def hxgtrh() -> tuple[
+    int,
+    str,
+    tuple[int, int, int],
+    str,
+    tuple[int, int, int],
+    tuple[int, int, int, int, int, int],
+    str,
+    tuple[int, int, int],
+    str,
+    str,
+]: ...
 
 # Units.
 
@@ -127,3 +138,6 @@ def configuration(option: Literal[ConfigurationOption.COMPOSITION_SETS]) -> bool
 def constituent_data(
     i_ph: int, i_pc: int, data: PhaseConstituentData, T: float | None = None
 ) -> float: ...
+def pack(
+    source: _Path, target: _Path, remark: str = "", created: Sequence[int] | None = None
+) -> None: ...

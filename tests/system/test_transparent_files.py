@@ -31,8 +31,15 @@ def exact(value):
     return value
 
 
+# Each answers from the caches, for all of the system.
+CACHED = [
+    "get_name_scs", "get_mm_scs", "get_stoich_scs", "get_name_phs", "get_model_phs",
+    "get_name_pcs", "get_mm_pcs", "get_stoich_pcs", "get_y_scs_pcs", "get_str_scs", "get_str_phs",
+]  # fmt: skip
+
+
 def caches():
-    return exact([ThermochemicalSystem._sc_cache, ThermochemicalSystem._ph_cache])
+    return {name: exact(getattr(ThermochemicalSystem, name)()) for name in CACHED}
 
 
 def equilibrium(temperature):

@@ -154,7 +154,7 @@ std::uint64_t checksum_of(std::string_view bytes) {
 
 /// Magic, format, size and checksum.
 void check_frame(std::string_view bytes) {
-    if (bytes.substr(0, Magic.size()) != Magic) {
+    if (!is_tdf(bytes)) {
         const bool changed = bytes.substr(0, 4) == Magic.substr(0, 4) && bytes.size() > 8;
         throw TdfError(changed ? "it has been altered, as by a transfer that takes it for text"
                                : "it is no transparent data file");
@@ -222,6 +222,10 @@ std::string write_tdf(std::string_view text, const std::string& file, const TdfA
     out.number(std::uint64_t{0});
     seal_tdf(out.bytes);
     return std::move(out.bytes);
+}
+
+bool is_tdf(std::string_view bytes) {
+    return bytes.starts_with(Magic);
 }
 
 TdfFile read_tdf(std::string_view bytes, const std::string& file, const ProgramVersion& reader) {

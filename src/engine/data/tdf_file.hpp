@@ -72,6 +72,9 @@ struct TdfFile {
 /// `text` is none (`file` is its name for messages), `TdfError` where the authorship is wrong.
 std::string write_tdf(std::string_view text, const std::string& file, const TdfAuthorship& by);
 
+/// Whether the bytes begin as those of a transparent file do.
+bool is_tdf(std::string_view bytes);
+
 /// Reads a transparent file for a program of that version. Throws `TdfError` where it is none, is
 /// truncated, altered or too new, and `ReadError` where the data in it cannot be used.
 TdfFile read_tdf(std::string_view bytes, const std::string& file, const ProgramVersion& reader);
