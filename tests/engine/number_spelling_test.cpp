@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdio>
+#include <random>
 #include <string>
 
 namespace tessara {
@@ -41,6 +44,23 @@ TEST(NumberSpelling, OfStrangeSpellingsDoesNotComeBack) {
          {"007", "0.05E+3", "12.5E+1", "1e-400", "0e999", "0.10000000000000000000000000000001"}) {
         const double value = parse_number(text).value();
         EXPECT_NE(NumberSpelling::of(text).text(value), text) << text;
+    }
+}
+
+TEST(NumberSpelling, RoundsAsTheLibraryDoes) {
+    std::mt19937_64 random(52);
+    for (int k = 0; k < 20000; ++k) {
+        const int decimals = static_cast<int>(random() % 20);
+        const double scale = std::pow(10.0, static_cast<int>(random() % 30) - 12);
+        double value = scale * (static_cast<double>(random()) / 0x1p64);
+        if (k % 2 == 0) { // a decimal fraction
+            char word[80];
+            std::snprintf(word, sizeof word, "%.*f", decimals, value);
+            value = parse_number(word).value();
+        }
+        char expected[80];
+        std::snprintf(expected, sizeof expected, "%.*f", decimals, value);
+        EXPECT_EQ(NumberSpelling::of(expected).text(value), expected);
     }
 }
 

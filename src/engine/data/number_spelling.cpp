@@ -1,5 +1,6 @@
 #include "engine/data/number_spelling.hpp"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -29,6 +30,38 @@ std::string digits(double value, std::chars_format format, int decimals) {
     const auto [end, status] =
         std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, format, decimals);
     return {buffer.data(), status == std::errc{} ? end : buffer.data()};
+}
+
+/// Writes a number that is not negative without an exponent, if it is the double next to a decimal
+/// fraction of few digits, as nearly all in data files are. With less than 2^52 units of the last
+/// digit it is nearer to that fraction than to any other one, so that its digits are those that the
+/// library would find, but sooner. Returns the end, or null.
+char* write_fraction(double size, std::size_t decimals, char* begin, char* limit) {
+    static constexpr std::array powers{1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                       1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    if (decimals >= powers.size() || size >= 0x1p52 / powers[decimals]) {
+        return nullptr;
+    }
+    const double units = std::nearbyint(size * powers[decimals]);
+    if (units >= 0x1p52 || units / powers[decimals] != size) {
+        return nullptr;
+    }
+    const auto whole = static_cast<std::int64_t>(units);
+    char* digits = begin;
+    for (std::size_t left = decimals; left > 0 && units < powers[left]; --left) {
+        *digits++ = '0'; // before the point and behind it
+    }
+    char* end = whole == 0 && decimals > 0 ? digits : std::to_chars(digits, limit, whole).ptr;
+    if (whole == 0 && decimals > 0) {
+        *end++ = '0';
+    }
+    if (decimals > 0) {
+        char* const point = end - decimals;
+        std::copy_backward(point, end, end + 1);
+        *point = '.';
+        ++end;
+    }
+    return end;
 }
 
 /// A number with an exponent, taken apart.
@@ -92,11 +125,17 @@ NumberSpelling NumberSpelling::of(std::string_view text) {
 }
 
 std::string NumberSpelling::text(double value) const {
-    if (marks == Zero && decimals == 0 && !std::signbit(value) && value < 1e9 &&
-        value == std::floor(value)) {
-        return std::to_string(static_cast<int>(value)); // counts, which are asked for most
-    }
     const double size = std::abs(value);
+    if (marks == (decimals > 0 ? Zero | Point : Zero)) {
+        std::array<char, 32> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init)
+        char* begin = buffer.data();
+        if (std::signbit(value)) {
+            *begin++ = '-';
+        }
+        if (char* end = write_fraction(size, decimals, begin, buffer.data() + buffer.size())) {
+            return {buffer.data(), end};
+        }
+    }
     std::string before;
     std::string after;
     int exponent = 0;
