@@ -68,13 +68,15 @@ test-release: $(VENV)/test-tools
 	build/release/tests/engine/engine_sweeps 100000
 
 FUZZ_SECONDS ?= 300
+FUZZ_OPTIONS = -max_total_time=$(FUZZ_SECONDS) -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
 test-fuzz: $(VENV)/test-tools
 	tools/install-system-packages clang
 	$(CONFIGURE) --preset fuzz
 	$(BIN)/cmake --build --preset fuzz
-	mkdir -p build/fuzz/corpus
-	build/fuzz/tests/fuzz/fuzz_dat_reader -max_total_time=$(FUZZ_SECONDS) -timeout=10 -rss_limit_mb=2048 \
-		-print_final_stats=1 build/fuzz/corpus tests/fuzz/corpus
+	mkdir -p build/fuzz/corpus build/fuzz/tdf_corpus
+	build/fuzz/tests/fuzz/make_tdf_corpus build/fuzz/tdf_seeds tests/fuzz/corpus/*.dat
+	build/fuzz/tests/fuzz/fuzz_dat_reader $(FUZZ_OPTIONS) build/fuzz/corpus tests/fuzz/corpus
+	build/fuzz/tests/fuzz/fuzz_tdf_reader $(FUZZ_OPTIONS) build/fuzz/tdf_corpus build/fuzz/tdf_seeds
 
 lint: $(VENV)/dev-tools $(VENV)/test-tools
 	$(BIN)/ruff format --check

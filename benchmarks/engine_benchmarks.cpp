@@ -1,5 +1,8 @@
 // Times of the engine: equilibria from cold and warm starts, reading, models.
 
+#include "large_file.hpp"
+
+#include "engine/data/tdf_file.hpp"
 #include "engine/equilibrium/properties.hpp"
 #include "engine/equilibrium/solver.hpp"
 #include "engine/models/redlich_kister.hpp"
@@ -138,6 +141,39 @@ void read_shipped_file(benchmark::State& state) {
                             static_cast<std::int64_t>(state.iterations()));
 }
 BENCHMARK(read_shipped_file)->Unit(benchmark::kMicrosecond);
+
+/// A file of 5 MB with 5000 constituents in 200 phases.
+void read_large_file(benchmark::State& state) {
+    const std::string text = large_file();
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(System::read_dat(text, "large.dat"));
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(text.size()) *
+                            static_cast<std::int64_t>(state.iterations()));
+}
+BENCHMARK(read_large_file)->Unit(benchmark::kMillisecond);
+
+TdfAuthorship benchmark_authorship() {
+    return {"benchmark", TdfHeader::LowestReader, "", {2021, 3, 4, 5, 6, 7}, ""};
+}
+
+void read_large_transparent_file(benchmark::State& state) {
+    const std::string bytes = write_tdf(large_file(), "large.dat", benchmark_authorship());
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(read_tdf(bytes, "large.tdf", TdfHeader::LowestReader).system);
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(bytes.size()) *
+                            static_cast<std::int64_t>(state.iterations()));
+}
+BENCHMARK(read_large_transparent_file)->Unit(benchmark::kMillisecond);
+
+void pack_large_file(benchmark::State& state) {
+    const std::string text = large_file();
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(write_tdf(text, "large.dat", benchmark_authorship()));
+    }
+}
+BENCHMARK(pack_large_file)->Unit(benchmark::kMillisecond);
 
 /// Value, gradient and Hessian of a Redlich-Kister phase of n constituents, all pairs with three
 /// orders, at fixed T; the parameters L(T) / RT are cached.

@@ -30,7 +30,7 @@ CALLS = {
     "hxgio": ((IoOption.LIST,), "m", 0),
     "hxopen": (("FILE", 21), "pi", 0),
     "hxopna": (("DATA", 10), "pi", 0),
-    "hxopnt": (("DATA", 10), "pi", 0),
+    "hxopnt": (("PACKED", 10), "pi", 0),
     "hxrfil": ((), "", 0),
     "hxrtdf": ((), "", 0),
     "hxclos": ((30,), "i", 0),
@@ -79,9 +79,15 @@ CALLS = {
     "findings": (("DATA",), "p", 0),
     "finding_rules": ((), "", 0),
     "description": (("DATA",), "p", 0),
+    "pack": (("DATA", "PACKED", "remark", (2021, 3, 4, 5, 6, 7)), "ppsd", 2),
+}
+# What has to be done before a call is a good one.
+FIRST = {
+    "hxrtdf": [("hxopnt", "PACKED", 11)],
+    "hxgtrh": [("hxopnt", "PACKED", 11), ("hxrtdf",)],
 }
 # These say that they belong to what is not supported yet.
-NOT_YET = {"hxopnt", "hxrtdf", "hxgtrh", "hxmap", "hxmapl", "hxsttp", "hxstca", "hxstec", "hxstxp"}
+NOT_YET = {"hxmap", "hxmapl", "hxsttp", "hxstca", "hxstec", "hxstxp"}
 
 NOTHING = object()
 # What each kind of argument refuses, and what stands in the message.
@@ -93,6 +99,7 @@ WRONG = {
     "t": (["1.0", NOTHING, [1.0], 1j, ConditionVariable.T], "a number or None"),
     "s": ([None, 1, b"feed", NOTHING], "a str"),
     "p": ([None, 1, b"x.dat", NOTHING, ["x"]], "a str or an os.PathLike"),
+    "d": ([1, "abcdef", b"abcdef", [2021, 1, 1], [1.5] * 6, ["1"] * 6, NOTHING], "six ints"),
     "o": ([None, 1.5, "1", NOTHING], "a bool or an int"),
     "v": ([None, 1.0, "ab", b"ab", {1.0, 2.0}, {1: 2, 3: 4}, NOTHING], "a list of two numbers"),
 }
@@ -106,7 +113,12 @@ def call(hx, lab, gas_over_solid, tmp_path):
     lab.put_in(A=1.0, B=0.5)
     hx.hxopna(tmp_path / "system.dat", 10)
     lab.calculate()
-    files = {"FILE": str(tmp_path / "list.txt"), "DATA": tmp_path / "system.dat"}
+    files = {
+        "FILE": str(tmp_path / "list.txt"),
+        "DATA": tmp_path / "system.dat",
+        "PACKED": tmp_path / "system.tdf",
+    }
+    hx.pack(files["DATA"], files["PACKED"])
 
     def call(name, *arguments):
         filled = (files.get(a, a) if isinstance(a, str) else a for a in arguments)
@@ -126,6 +138,8 @@ WRONG_ARGUMENTS = [
 
 @pytest.mark.parametrize("name", sorted(set(CALLS) - NOT_YET))
 def test_good_call_is_taken(call, name):
+    for first in FIRST.get(name, []):
+        call(*first)
     call(name, *CALLS[name][0])
 
 

@@ -22,8 +22,7 @@ OPERATIONS = [
 ]  # fmt: skip
 OWN = [
     "certificate", "composition_sets", "configuration", "configure", "constituent_data",
-    "description", "finding_rules", "findings",
-    "internal_fractions",
+    "description", "finding_rules", "findings", "internal_fractions", "pack",
 ]  # fmt: skip
 
 

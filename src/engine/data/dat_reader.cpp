@@ -34,8 +34,8 @@ std::string numbered(const char* what, std::size_t k, std::size_t count) {
     return std::string(what) + " " + std::to_string(k) + " of " + std::to_string(count);
 }
 
-DatReader::DatReader(std::string_view text, const std::string& file)
-    : tokens_(text, file), system_(std::make_shared<System>()) {}
+DatReader::DatReader(DatTokens tokens)
+    : tokens_(std::move(tokens)), system_(std::make_shared<System>()) {}
 
 std::shared_ptr<const System> DatReader::read() {
     read_header();
@@ -344,7 +344,11 @@ void DatReader::count_sizes() {
 }
 
 std::shared_ptr<const System> System::read_dat(std::string_view text, const std::string& file) {
-    return DatReader(text, file).read();
+    return read_records(DatTokens(text, file));
+}
+
+std::shared_ptr<const System> System::read_records(DatTokens records) {
+    return DatReader(std::move(records)).read();
 }
 
 } // namespace tessara

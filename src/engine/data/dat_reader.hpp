@@ -31,7 +31,7 @@ struct RecordType {
 /// records of species, the others the blocks of the models.
 class DatReader {
 public:
-    DatReader(std::string_view text, const std::string& file);
+    explicit DatReader(DatTokens tokens);
 
     std::shared_ptr<const System> read();
 

@@ -27,6 +27,7 @@ DatReader::Species DatReader::read_record(const NameLine& name) {
     refuse_unsupported(species.type, name.name);
     const int ranges =
         tokens_.integer([&] { return of("number of temperature ranges"); }, 1, ArraySizes::Most);
+    constituent.stoichiometry.reserve(component_count_);
     for (std::size_t j = 0; j < component_count_; ++j) {
         const Component& component = system_->components[j];
         const double amount = tokens_.number([&] {

@@ -9,32 +9,8 @@ namespace {
 
 constexpr int NameWidth = 25;
 
-bool is_blank(char c) {
-    return c == ' ' || c == '\t' || c == '\f' || c == '\v';
-}
-bool is_separator(char c) {
-    return is_blank(c) || c == ',';
-}
 bool is_digit(char c) {
     return c >= '0' && c <= '9';
-}
-
-std::vector<std::string_view> split_lines(std::string_view text) {
-    std::vector<std::string_view> lines;
-    std::size_t begin = 0;
-    for (std::size_t k = 0; k < text.size(); ++k) {
-        if (text[k] == '\n' || text[k] == '\r') {
-            lines.push_back(text.substr(begin, k - begin));
-            if (text[k] == '\r' && k + 1 < text.size() && text[k + 1] == '\n') {
-                ++k;
-            }
-            begin = k + 1;
-        }
-    }
-    if (begin < text.size()) {
-        lines.push_back(text.substr(begin));
-    }
-    return lines;
 }
 
 /// The words of a line between blanks.
@@ -69,7 +45,18 @@ std::string quoted(std::string_view text) {
     return shown + "'";
 }
 
-/// Well-formed UTF-8 stays; other bytes are read as Latin-1, so that every name is valid text.
+std::string_view trim(std::string_view text) {
+    while (!text.empty() && is_blank(text.front())) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && is_blank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+} // namespace
+
 std::string to_utf8(std::string_view bytes) {
     const auto continuation = [&](std::size_t k) {
         return k < bytes.size() && (static_cast<unsigned char>(bytes[k]) & 0xC0U) == 0x80U;
@@ -105,18 +92,6 @@ std::string to_utf8(std::string_view bytes) {
     }
     return text;
 }
-
-std::string_view trim(std::string_view text) {
-    while (!text.empty() && is_blank(text.front())) {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && is_blank(text.back())) {
-        text.remove_suffix(1);
-    }
-    return text;
-}
-
-} // namespace
 
 std::optional<double> parse_number(std::string_view text) {
     // Nearly every number has the form that the library conversion takes.
@@ -206,115 +181,234 @@ std::optional<double> parse_number(std::string_view text) {
     return value;
 }
 
-DatTokens::DatTokens(std::string_view text, std::string file) : file_(std::move(file)) {
-    if (text.substr(0, 3) == "\xEF\xBB\xBF") {
-        text.remove_prefix(3);
-    }
-    lines_ = split_lines(text);
-}
+// --- lines ---
 
-std::optional<std::string_view> DatTokens::raw_line() {
-    if (line_ >= lines_.size()) {
-        return std::nullopt;
-    }
-    column_ = 0;
-    taken_ = false;
-    return lines_[line_++];
-}
-
-void DatTokens::drop_rest() {
-    if (!taken_ || line_ >= lines_.size()) {
-        return;
-    }
-    taken_ = false;
-    const std::string_view line = lines_[line_];
-    int numbers = 0;
-    std::size_t at = column_;
-    while (at < line.size()) {
-        while (at < line.size() && is_separator(line[at])) {
-            ++at;
+bool DatTokens::advance() {
+    if (auto* text = std::get_if<TextLines>(&source_)) {
+        if (!text->next()) {
+            return false;
         }
-        const std::size_t begin = at;
-        while (at < line.size() && !is_separator(line[at])) {
-            ++at;
+        text_ = text->line();
+    } else {
+        auto& lines = std::get<TdfLines>(source_);
+        if (!lines.next()) {
+            return false;
         }
-        if (begin < at && parse_number(line.substr(begin, at - begin))) {
-            ++numbers;
-        }
-    }
-    if (numbers > 0) {
-        note(static_cast<int>(line_) + 1, static_cast<int>(column_) + 1,
-             std::to_string(numbers) + (numbers == 1 ? " unread number" : " unread numbers") +
-                 " after the record of " + context_);
+        numbers_ = lines.has_numbers();
+        text_ = lines.text();
     }
     ++line_;
+    in_line_ = true;
     column_ = 0;
+    ahead_ = false;
+    return true;
+}
+
+void DatTokens::leave_line() {
+    in_line_ = false;
+    taken_ = false;
+}
+
+void DatTokens::note_commas() {
+    for (; column_ < text_.size() && is_separator(text_[column_]); ++column_) {
+        if (text_[column_] == ',') {
+            note(line_, static_cast<int>(column_) + 1,
+                 "a comma separates numbers; blanks are usual");
+        }
+    }
 }
 
 bool DatTokens::seek_line() {
-    while (line_ < lines_.size()) {
-        const std::string_view line = lines_[line_];
-        while (column_ < line.size() && is_separator(line[column_])) {
-            if (line[column_] == ',') {
-                note(static_cast<int>(line_) + 1, static_cast<int>(column_) + 1,
-                     "a comma separates numbers; blanks are usual");
+    while (in_line_ || advance()) {
+        if (numbers_) {
+            if (ahead_ || numbers_left() > 0) {
+                return true;
             }
-            ++column_;
+        } else {
+            note_commas();
+            if (column_ < text_.size()) {
+                return true;
+            }
         }
-        if (column_ < line.size()) {
-            return true;
-        }
-        ++line_;
-        column_ = 0;
-        taken_ = false;
+        leave_line();
     }
     return false;
+}
+
+/// How many numbers are left in the line. Takes those of a line of numbers.
+std::size_t DatTokens::drop_numbers() {
+    std::size_t count = 0;
+    if (numbers_) {
+        for (; ahead_ || numbers_left() > 0; ++count) {
+            look_ahead();
+            ahead_ = false;
+        }
+        if (count > 0) {
+            column_ = next_.end();
+        }
+        return count;
+    }
+    for (std::size_t at = skip_separators(text_, column_); at < text_.size();) {
+        const std::size_t end = word_end(text_, at);
+        count += parse_number(text_.substr(at, end - at)) ? 1U : 0U;
+        at = skip_separators(text_, end);
+    }
+    return count;
+}
+
+void DatTokens::drop_rest() {
+    if (!taken_) {
+        return;
+    }
+    const std::size_t column = !numbers_ ? column_ : ahead_ ? next_.column : last_number_.end();
+    if (const std::size_t count = drop_numbers(); count > 0) {
+        note(line_, static_cast<int>(column) + 1,
+             std::to_string(count) + (count == 1 ? " unread number" : " unread numbers") +
+                 " after the record of " + context_);
+    }
+    leave_line();
+}
+
+const LineNumber& DatTokens::look_ahead() {
+    if (!ahead_) {
+        std::get<TdfLines>(source_).take_number(next_);
+        ahead_ = true;
+    }
+    return next_;
+}
+
+std::string_view DatTokens::kept(std::string text) const {
+    return texts_.emplace_back(std::move(text));
+}
+
+/// The text of a line of which no word has been taken.
+std::string_view DatTokens::line_text() {
+    if (!numbers_) {
+        return text_;
+    }
+    std::string text;
+    while (ahead_ || numbers_left() > 0) {
+        take_line_number();
+        text.resize(std::max(text.size(), last_number_.column), ' ');
+        text += last_number_.text();
+    }
+    return kept(std::move(text));
+}
+
+std::optional<std::string_view> DatTokens::raw_line() {
+    if (!in_line_ && !advance()) {
+        return std::nullopt;
+    }
+    const std::string_view text = line_text();
+    leave_line();
+    return text;
+}
+
+/// Length of the line that came last, but for blanks behind its numbers.
+std::size_t DatTokens::line_length() const {
+    if (!numbers_) {
+        return text_.size();
+    }
+    // What was dropped lies behind what was taken.
+    return column_ > 0 ? column_ : last_line_ == line_ ? last_number_.end() : 0;
+}
+
+// --- words and numbers ---
+
+const Token& DatTokens::last() const {
+    if (last_untold_) {
+        last_ = {kept(last_number_.text()), last_line_, static_cast<int>(last_number_.column) + 1};
+        last_untold_ = false;
+    }
+    return last_;
+}
+
+bool DatTokens::last_has_point() const {
+    return numbers_ ? last_number_.has_point() : last_.text.find('.') != std::string_view::npos;
 }
 
 std::optional<Token> DatTokens::peek() {
     if (!seek_line()) {
         return std::nullopt;
     }
-    const std::string_view line = lines_[line_];
-    std::size_t end = column_;
-    while (end < line.size() && !is_separator(line[end])) {
-        ++end;
+    if (numbers_) {
+        return Token{kept(look_ahead().text()), line_, static_cast<int>(next_.column) + 1};
     }
-    return Token{line.substr(column_, end - column_), static_cast<int>(line_) + 1,
+    return Token{text_.substr(column_, word_end(text_, column_) - column_), line_,
                  static_cast<int>(column_) + 1};
 }
 
-std::optional<Token> DatTokens::next_in_record() {
-    const std::optional<Token> token = peek();
-    if (token) {
-        column_ += token->text.size();
-        taken_ = true;
-        last_ = *token;
+/// Takes the word of the text that ends there.
+void DatTokens::take(std::size_t end) {
+    last_ = {text_.substr(column_, end - column_), line_, static_cast<int>(column_) + 1};
+    last_untold_ = false;
+    column_ = end;
+    taken_ = true;
+}
+
+double DatTokens::take_line_number() {
+    if (ahead_) {
+        last_number_ = next_;
+        ahead_ = false;
+    } else {
+        std::get<TdfLines>(source_).take_number(last_number_);
     }
-    return token;
+    last_line_ = line_;
+    last_untold_ = true;
+    taken_ = true;
+    return last_number_.value;
+}
+
+std::optional<double> DatTokens::take_text_number() {
+    // Nearly every number has the form that the library conversion takes; what it takes is the word
+    // where the word ends there too.
+    const char* const begin = text_.data() + column_;
+    const char* const end = text_.data() + text_.size();
+    const char* const first = begin + (*begin == '-' && begin + 1 < end ? 1 : 0);
+    if (is_digit(*first) || *first == '.') {
+        double value = 0.0;
+        const auto [rest, status] = std::from_chars(begin, end, value);
+        if (status == std::errc{} && (rest == end || is_separator(*rest))) {
+            take(static_cast<std::size_t>(rest - text_.data()));
+            return value;
+        }
+    }
+    take(word_end(text_, column_));
+    return parse_number(last_.text);
 }
 
 Token DatTokens::word(const std::string& what) {
-    const std::optional<Token> token = next_in_record();
+    const std::optional<Token> token = peek();
     if (!token) {
         fail_expected(what, token);
     }
-    return *token;
+    if (numbers_) {
+        take_line_number();
+        last_ = *token;
+        last_untold_ = false;
+    } else {
+        take(column_ + token->text.size());
+    }
+    return last_;
 }
 
 Token DatTokens::letter(const std::string& what) {
     Token token = word(what);
     const bool number_follows = token.text.size() > 1 && parse_number(token.text.substr(1));
     if (number_follows) {
-        column_ -= token.text.size() - 1;
+        // A line of numbers begins with no letter: whoever asked for one refuses what is told.
+        column_ -= numbers_ ? 0 : token.text.size() - 1;
         token.text = token.text.substr(0, 1);
     }
     return token;
 }
 
 std::optional<double> DatTokens::next_number() {
-    failed_ = next_in_record();
-    return failed_ ? parse_number(failed_->text) : std::nullopt;
+    found_ = seek_line();
+    if (!found_) {
+        return std::nullopt;
+    }
+    return numbers_ ? take_line_number() : take_text_number();
 }
 
 std::optional<int> DatTokens::next_integer(int least, int most) {
@@ -322,28 +416,30 @@ std::optional<int> DatTokens::next_integer(int least, int most) {
     if (!value || *value != std::floor(*value) || *value < least || *value > most) {
         return std::nullopt;
     }
-    if (failed_->text.find('.') != std::string_view::npos) {
-        note(failed_->line, failed_->column,
-             quoted(failed_->text) + " stands for a whole number; write it without a point");
+    if (last_has_point()) {
+        const Token& word = last();
+        note(word.line, word.column,
+             quoted(word.text) + " stands for a whole number; write it without a point");
     }
     return static_cast<int>(*value);
 }
 
 std::optional<NameLine> DatTokens::next_name_line(std::string& hint) {
     drop_rest();
-    failed_.reset();
-    if (!seek_line()) {
+    found_ = seek_line();
+    if (!found_) {
         return std::nullopt;
     }
-    const std::string_view line = lines_[line_];
-    const int number = static_cast<int>(line_) + 1;
+    if (numbers_) {
+        take_line_number();
+        return std::nullopt;
+    }
+    const std::string_view line = text_;
+    const int number = line_;
     const std::vector<Token> words = split_words(line, number);
-    ++line_;
-    column_ = 0;
-    taken_ = false;
-
+    leave_line();
     last_ = words.front();
-    failed_ = words.front();
+    last_untold_ = false;
     if (parse_number(words[0].text)) {
         return std::nullopt;
     }
@@ -391,8 +487,8 @@ std::vector<std::string> DatTokens::name_list(const std::function<std::string(st
         if (!seek_line()) {
             fail_expected(what(names.size()), std::nullopt);
         }
-        const std::string_view line = lines_[line_];
-        const int number = static_cast<int>(line_) + 1;
+        const std::string_view line = line_text();
+        const int number = line_;
         std::vector<Token> words = split_words(line, number);
         const std::size_t expected = std::min(per_line, count - names.size());
         if (words.size() > expected) {
@@ -415,14 +511,13 @@ std::vector<std::string> DatTokens::name_list(const std::function<std::string(st
         }
         for (const Token& word : words) {
             last_ = word;
+            last_untold_ = false;
             if (parse_number(word.text)) {
                 fail_expected(what(names.size()), word);
             }
             names.push_back(to_utf8(word.text));
         }
-        ++line_;
-        column_ = 0;
-        taken_ = false;
+        leave_line();
     }
     return names;
 }
@@ -434,7 +529,6 @@ std::optional<Token> DatTokens::after_end() {
 
 void DatTokens::fail_expected(const std::string& what, const std::optional<Token>& found,
                               const std::string& hint) const {
-    const int last_line = std::max<int>(1, static_cast<int>(lines_.size()));
     std::string text =
         "expected " + what + ", found " + (found ? quoted(found->text) : "the end of the file");
     if (!context_.empty()) {
@@ -443,9 +537,9 @@ void DatTokens::fail_expected(const std::string& what, const std::optional<Token
     if (!hint.empty()) {
         text += "; " + hint;
     }
-    const int end_column = lines_.empty() ? 1 : static_cast<int>(lines_.back().size()) + 1;
-    throw ReadError(file_, found ? found->line : last_line, found ? found->column : end_column,
-                    text);
+    // Where nothing was found all lines have been walked.
+    throw ReadError(file_, found ? found->line : std::max(1, line_),
+                    found ? found->column : static_cast<int>(line_length()) + 1, text);
 }
 
 void DatTokens::fail(const Token& at, const std::string& text) const {

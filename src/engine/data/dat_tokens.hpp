@@ -1,12 +1,16 @@
 #pragma once
 
 #include "engine/data/read_error.hpp"
+#include "engine/data/tdf_lines.hpp"
+#include "engine/data/text_lines.hpp"
 
+#include <deque>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <variant>
 #include <vector>
 
 namespace tessara {
@@ -30,14 +34,20 @@ struct NameLine {
 /// Nothing where the text is no number or exceeds the range of a double.
 std::optional<double> parse_number(std::string_view text);
 
-/// Walks the records of a data file.
+/// Well-formed UTF-8 stays; other bytes are read as Latin-1, so that every name is valid text.
+std::string to_utf8(std::string_view bytes);
+
+/// Walks the records of a data file, whether its lines are text or come from a transparent file.
 ///
 /// Each record starts on a new line and takes as many lines as it needs; what is left of its last
 /// line is dropped. Blank lines are skipped. The text must outlive the reader.
 class DatTokens {
 public:
     /// `file` is the name that messages show.
-    DatTokens(std::string_view text, std::string file);
+    DatTokens(std::string_view text, std::string file)
+        : file_(std::move(file)), source_(TextLines(text)) {}
+    DatTokens(TdfLines lines, std::string file)
+        : file_(std::move(file)), source_(std::move(lines)) {}
 
     /// The whole of the next physical line, blank or not, or nothing at the end of the file.
     std::optional<std::string_view> raw_line();
@@ -58,7 +68,7 @@ public:
         if (const std::optional<double> value = next_number()) {
             return *value;
         }
-        fail_expected(said(what), failed_);
+        fail_expected(said(what), found());
     }
 
     /// The next number, which must be a whole one between the limits.
@@ -67,7 +77,7 @@ public:
         if (const std::optional<int> value = next_integer(least, most)) {
             return *value;
         }
-        fail_expected(said(what), failed_);
+        fail_expected(said(what), found());
     }
 
     /// The next word of the record, whatever it is.
@@ -80,7 +90,7 @@ public:
         if (std::optional<NameLine> name = next_name_line(hint)) {
             return std::move(*name);
         }
-        fail_expected(said(what), failed_, hint);
+        fail_expected(said(what), found(), hint);
     }
 
     /// The letter that the next word begins with; a number may follow it without a blank.
@@ -106,7 +116,7 @@ public:
     std::vector<ReadNote> take_notes() { return std::move(notes_); }
 
     /// The word taken last; messages about its meaning point at it.
-    const Token& last() const { return last_; }
+    const Token& last() const;
     const std::string& file() const { return file_; }
 
 private:
@@ -119,21 +129,51 @@ private:
         }
     }
 
-    std::optional<Token> next_in_record();
+    bool advance();
+    void leave_line();
+    bool seek_line();
+    void note_commas();
+    void drop_rest();
+    std::size_t drop_numbers();
+    std::size_t numbers_left() const { return std::get<TdfLines>(source_).numbers_left(); }
+    const LineNumber& look_ahead();
+    std::string_view kept(std::string text) const;
+    std::string_view line_text();
+    std::size_t line_length() const;
+
     std::optional<double> next_number();
+    double take_line_number();
+    std::optional<double> take_text_number();
     std::optional<int> next_integer(int least, int most);
     std::optional<NameLine> next_name_line(std::string& hint);
-    void drop_rest();
-    bool seek_line();
+    void take(std::size_t end);
+    bool last_has_point() const;
+
+    /// The word that was asked for last, unless the file ended before it.
+    std::optional<Token> found() const { return found_ ? std::optional(last()) : std::nullopt; }
 
     std::string file_;
-    std::vector<std::string_view> lines_;
-    std::size_t line_ = 0;   ///< index of the current line
-    std::size_t column_ = 0; ///< offset of the first character not yet taken
-    bool taken_ = false;     ///< a word of the current line has been taken
+    std::variant<TextLines, TdfLines> source_;
+
+    // The current line, which either is text or holds nothing but numbers that are known already.
+    int line_ = 0;         ///< its number
+    bool in_line_ = false; ///< there is one
+    bool taken_ = false;   ///< a word of it has been taken
+    bool numbers_ = false;
+    std::string_view text_;
+    std::size_t column_ = 0; ///< offset of the first character of the text not yet taken
+    LineNumber next_;        ///< the number to be taken next
+    bool ahead_ = false;     ///< ... is known
+
+    // The word taken last; one that came as a value becomes a word where it is asked for.
+    mutable Token last_{};
+    mutable bool last_untold_ = false;
+    LineNumber last_number_;
+    int last_line_ = 0;
+    bool found_ = false; ///< what was asked for last is there, right or wrong
+    mutable std::deque<std::string> texts_;
+
     std::string context_;
-    Token last_{};
-    std::optional<Token> failed_; ///< the word that was not what was asked for
     std::vector<ReadNote> notes_;
 };
 

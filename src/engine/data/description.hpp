@@ -50,6 +50,7 @@ public:
     }
 
     const Value& value() const { return value_; }
+    friend bool operator==(const Description&, const Description&) = default;
 
     /// The items of a list; none where this is no list.
     const List& items() const;

@@ -15,6 +15,8 @@
 
 namespace tessara {
 
+class DatTokens;
+
 /// A system component: what is conserved. An electron component counts electrons, so that a
 /// phase's charge is balanced like matter.
 struct Component {
@@ -78,6 +80,8 @@ class System {
 public:
     /// Reads the text of an ASCII data file. `file` is the name for messages. Throws `ReadError`.
     static std::shared_ptr<const System> read_dat(std::string_view text, const std::string& file);
+    /// Reads the records of a data file from wherever they come. Throws `ReadError`.
+    static std::shared_ptr<const System> read_records(DatTokens records);
 
     std::string title;
     std::vector<Component> components;

@@ -3,6 +3,9 @@
 #include "basic/library/errors.hpp"
 #include "basic/python/objects.hpp"
 
+#include <cerrno>
+#include <fstream>
+
 namespace tessara::basic {
 namespace {
 
@@ -128,6 +131,22 @@ OutputFile output_file(const Ref& path) {
     const char* first = PyBytes_AS_STRING(bytes.get());
     file.path = std::filesystem::path(std::u8string(first, first + PyBytes_GET_SIZE(bytes.get())));
     return file;
+}
+
+void write_file(const OutputFile& file, std::string_view content) {
+    errno = 0;
+    std::ofstream out(file.path, std::ios::binary | std::ios::trunc);
+    if (!out) {
+        throw LibraryError(ErrorNumber::CannotOpen, {file.name, Channels::system_reason(errno)});
+    }
+    out.write(content.data(), static_cast<std::streamsize>(content.size()));
+    out.close();
+    if (!out) {
+        const std::string why = Channels::system_reason(errno);
+        std::error_code ignored;
+        std::filesystem::remove(file.path, ignored);
+        throw LibraryError(ErrorNumber::CannotWriteFile, {file.name, why});
+    }
 }
 
 } // namespace tessara::basic

@@ -4,6 +4,7 @@
 #include "basic/python/ref.hpp"
 
 #include <filesystem>
+#include <string_view>
 
 /// Files by the names that Python programs give them.
 namespace tessara::basic {
@@ -22,5 +23,8 @@ struct OutputFile {
     std::string name;
 };
 OutputFile output_file(const Ref& path);
+
+/// Writes a file, which is gone where that fails. Throws `LibraryError`.
+void write_file(const OutputFile& file, std::string_view content);
 
 } // namespace tessara::basic

@@ -30,6 +30,8 @@ Operations of its own, without counterpart in `friendly`:
     description(file_path)          all that a data file holds, as plain values
     findings(file_path)             what is suspicious in a data file
     finding_rules()                 what findings looks for
+    pack(source, target, remark='', created=None)
+                                    writes a data file as a transparent one
 )";
 
 /// The module once it has been set up. Never destroyed, as nothing tears the library down.

@@ -5,7 +5,9 @@
 #include "basic/run.hpp"
 #include "engine/check/check.hpp"
 
+#include <cinttypes>
 #include <cmath>
+#include <cstdio>
 
 // The operations: what each takes, what it says of itself, and what it does with the library.
 
@@ -58,21 +60,19 @@ Ref get_channel(const Arguments& arguments) {
 Ref open_output(const Arguments& arguments) {
     Channels::check_number(arguments[1].integer);
     library().close(arguments[1].integer);
-    const OutputFile file = output_file(arguments.path);
+    const OutputFile file = output_file(arguments[0].path);
     library().open_output(arguments[1].integer, file.path, file.name);
     return none();
 }
 
+template <bool transparent>
 Ref open_data(const Arguments& arguments) {
     Channels::check_number(arguments[1].integer);
     library().close(arguments[1].integer);
-    library().open_data(arguments[1].integer, read_data_file(arguments.path));
+    Channels::DataFile file = read_data_file(arguments[0].path);
+    file.transparent = transparent;
+    library().open_data(arguments[1].integer, std::move(file));
     return none();
-}
-
-Ref open_transparent(const Arguments& arguments) {
-    Channels::check_number(arguments[1].integer);
-    not_supported("transparent data files are");
 }
 
 Ref read_data(const Arguments&) {
@@ -81,7 +81,8 @@ Ref read_data(const Arguments&) {
 }
 
 Ref read_transparent(const Arguments&) {
-    not_supported("transparent data files are");
+    library().read_transparent();
+    return none();
 }
 
 Ref close(const Arguments& arguments) {
@@ -118,8 +119,24 @@ Ref get_sizes_used(const Arguments&) {
     return sizes(library().sizes_used());
 }
 
+Ref version_numbers(const ProgramVersion& version) {
+    return tuple_of(integer(version.major), integer(version.minor), integer(version.patch));
+}
+
 Ref get_header(const Arguments&) {
-    throw LibraryError(ErrorNumber::NoTransparentFile, {});
+    const TdfHeader& header = library().header();
+    const TdfHeader::Counts& counts = header.counts;
+    std::array<char, 17> checksum{};
+    std::snprintf(checksum.data(), checksum.size(), "%016" PRIx64, header.checksum);
+    return tuple_of(
+        integer(header.format), text(padded(header.by.program, TdfHeader::ProgramWidth)),
+        version_numbers(header.by.version), text(header.by.source),
+        version_numbers(header.lowest_reader),
+        Ref(call(Ref::borrow(reinterpret_cast<PyObject*>(&PyTuple_Type)),
+                 list_of(header.by.created, integer))),
+        text(header.title),
+        tuple_of(integer(counts.components), integer(counts.phases), integer(counts.constituents)),
+        text(checksum.data()), text(padded(header.by.remark, TdfHeader::RemarkWidth)));
 }
 
 // --- units ---
@@ -329,7 +346,7 @@ Ref get_datum(const Arguments& arguments) {
 }
 
 std::shared_ptr<const System> system_of(const Arguments& arguments) {
-    return Library::read_system(read_data_file(arguments.path));
+    return Library::read_system(read_data_file(arguments[0].path));
 }
 
 Ref get_findings(const Arguments& arguments) {
@@ -360,6 +377,16 @@ Ref get_rules(const Arguments&) {
 
 Ref get_description(const Arguments& arguments) {
     return object(describe(*system_of(arguments)));
+}
+
+Ref pack(const Arguments& arguments) {
+    const Argument& remark = arguments[2];
+    const std::string content =
+        Library::packed(read_data_file(arguments[0].path),
+                        remark.object != nullptr ? utf8(remark.object) : std::string(),
+                        arguments[3].given ? arguments.date : Library::now());
+    write_file(output_file(arguments[1].path), content);
+    return none();
 }
 
 // --- the table ---
@@ -410,16 +437,16 @@ The file is emptied. Numbers are 1 to 999 without 6, the standard output. A chan
 closed first. What is written is ASCII with line feeds, and it is in the file when the operation
 ends.)"},
 
-    {{"hxopna", {{"file_path", Kind::Path}, channel}}, open_data, R"(Open an ASCII data file.
+    {{"hxopna", {{"file_path", Kind::Path}, channel}}, open_data<false>, R"(Open an ASCII data file.
 
 The whole file is taken into memory; hxrfil reads it. Numbers as in hxopen. A channel that is open
 is closed first. Refused: what is no regular file, and files above 256 MiB.)"},
 
     {{"hxopnt", {{"file_path", Kind::Path}, channel}},
-     open_transparent,
+     open_data<true>,
      R"(Open a transparent data file.
 
-Not supported yet: raises TessaraError.)"},
+The whole file is taken into memory; hxrtdf reads it. Otherwise as hxopna.)"},
 
     {{"hxrfil", {}}, read_data, R"(Read the ASCII data file that was opened last.
 
@@ -427,9 +454,10 @@ The library then holds this system alone, without conditions and results, all en
 file cannot be read the library holds no system, and the error tells file, line and column. Units,
 channels and options stay.)"},
 
-    {{"hxrtdf", {}}, read_transparent, R"(Read the transparent data file that is open.
+    {{"hxrtdf", {}}, read_transparent, R"(Read the transparent data file that was opened last.
 
-Not supported yet: raises TessaraError.)"},
+As hxrfil reads an ASCII data file, with the same numbers to the last bit. Raises TessaraError where
+the file is no transparent one, is truncated or altered, or needs a newer library.)"},
 
     {{"hxclos", {channel}}, close, R"(Close a channel.
 
@@ -458,7 +486,13 @@ A tuple of 11 ints in the order of hxsize; zeros where no system is loaded.)"},
 
     {{"hxgtrh", {}}, get_header, R"(Tell the header of the loaded transparent data file.
 
-Raises TessaraError, as none can be loaded yet.)"},
+A tuple of ten: version of the header's format (int); program that wrote the file (str of 40
+characters) and its version (three ints); name of the ASCII data file (str); lowest version of the
+library that reads the file (three ints); creation date in UTC (six ints: year, month, day, hour,
+minute, second); title of the data (str); number of system components, phases and phase constituents
+(three ints); checksum (str of 16 hexadecimal digits); remark (str of 80 characters).
+
+Raises TessaraError where the system is not from a transparent data file, or there is none.)"},
 
     {{"hxcsu", {quantity, {"unit", Kind::Unit}}}, set_unit, R"(Set the unit of a quantity.
 
@@ -664,6 +698,19 @@ its model adds. A species has "name", "amounts" (mol of each component), "ranges
 with "upper" in K, six "coefficients" in J/mol and "extra", pairs of coefficient and power),
 "magnetic" (None or Tc, beta, f and p), "volume_data" and "line". Raises TessaraError where the file
 cannot be read.)"},
+
+    {{"pack",
+      {{"source", Kind::Path},
+       {"target", Kind::Path},
+       or_none({"remark", Kind::Text}),
+       or_none({"created", Kind::Date})}},
+     pack,
+     R"(Write an ASCII data file as a transparent one.
+
+The loaded system stays as it is. remark: a line of up to 80 characters for the header. created: six
+ints, as `datetime.timetuple()[:6]` gives them; the present time in UTC where it is left out. The
+same file, remark and date always give the same bytes. Nothing is written where the data file cannot
+be read.)"},
 };
 
 } // namespace

@@ -106,7 +106,13 @@ public:
             into.object = object;
             break;
         case Kind::Path:
-            arguments.path = path(object);
+            into.path = path(object);
+            break;
+        case Kind::Date:
+            into.given = object != Py_None;
+            if (into.given) {
+                date(object, arguments.date);
+            }
             break;
         }
     }
@@ -204,10 +210,32 @@ private:
         throw PythonError{};
     }
 
+    static bool is_sequence(PyObject* object) {
+        return PySequence_Check(object) != 0 && PyUnicode_Check(object) == 0 &&
+               PyBytes_Check(object) == 0 && PyByteArray_Check(object) == 0;
+    }
+
+    void date(PyObject* object, std::array<int, 6>& date) const {
+        static constexpr const char* wanted =
+            "None or six ints: year, month, day, hour, minute, second";
+        if (!is_sequence(object)) {
+            fail(wanted, object);
+        }
+        const Py_ssize_t size = PySequence_Size(object);
+        if (size < 0) {
+            throw PythonError{};
+        }
+        if (size != static_cast<Py_ssize_t>(date.size())) {
+            fail(wanted, object);
+        }
+        for (std::size_t k = 0; k < date.size(); ++k) {
+            const Ref item = checked(PySequence_GetItem(object, static_cast<Py_ssize_t>(k)));
+            date[k] = whole_number(item.get(), wanted);
+        }
+    }
+
     void two_numbers(PyObject* object, std::array<double, 2>& values) const {
-        const bool sequence = PySequence_Check(object) != 0 && PyUnicode_Check(object) == 0 &&
-                              PyBytes_Check(object) == 0 && PyByteArray_Check(object) == 0;
-        if (!sequence) {
+        if (!is_sequence(object)) {
             throw LibraryError(ErrorNumber::WrongValues, {std::to_string(place_), parameter_.name,
                                                           describe(members_, object)});
         }
@@ -252,6 +280,7 @@ std::string Signature::text() const {
         text += (k > 0 ? ", " : "") + std::string(parameter.name);
         if (parameter.optional) {
             text += parameter.kind == Kind::Integer ? "=" + std::to_string(parameter.fallback)
+                    : parameter.kind == Kind::Text  ? "=''"
                                                     : "=None";
         }
     }

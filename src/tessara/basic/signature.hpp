@@ -23,6 +23,7 @@ enum class Kind : unsigned char {
     Option,         ///< a `bool` or an `int`
     Text,           ///< a `str`
     Path,           ///< a `str` or an `os.PathLike`
+    Date,           ///< six ints, from year to second, or `None`
 };
 
 struct Parameter {
@@ -68,9 +69,10 @@ private:
 struct Argument {
     int integer = 0;
     double number = 0.0;
-    bool given = false;         ///< of an `OptionalNumber`
+    bool given = false;         ///< of an `OptionalNumber` or a `Date`
     bool is_bool = false;       ///< of an `Option`
-    PyObject* object = nullptr; ///< of a `Text`; borrowed
+    PyObject* object = nullptr; ///< of a `Text`; borrowed, null where it is left out
+    Ref path;                   ///< of a `Path`: a `str` or `bytes`
 
     template <class Enumerator>
     Enumerator as() const {
@@ -81,7 +83,7 @@ struct Argument {
 struct Arguments {
     std::array<Argument, Signature::Most> at;
     std::array<double, 2> values{}; ///< of `Values`
-    Ref path;                       ///< of a `Path`: a `str` or `bytes`
+    std::array<int, 6> date{};      ///< of a `Date`
 
     const Argument& operator[](std::size_t k) const { return at[k]; }
 };

@@ -7,14 +7,10 @@
 #include <system_error>
 
 namespace tessara::basic {
-namespace {
 
-/// Why the last call of the C library failed.
-std::string system_reason(int error) {
+std::string Channels::system_reason(int error) {
     return error == 0 ? "unknown reason" : std::generic_category().message(error);
 }
-
-} // namespace
 
 void Channels::check_number(int number) {
     if (number == Standard) {
@@ -62,9 +58,10 @@ bool Channels::is_output(int number) const {
            (found != files_.end() && std::holds_alternative<std::ofstream>(found->second));
 }
 
-const Channels::DataFile* Channels::data() const {
+const Channels::DataFile* Channels::data(bool transparent) const {
     const auto found = files_.find(last_data_);
-    return found != files_.end() ? std::get_if<DataFile>(&found->second) : nullptr;
+    const DataFile* file = found != files_.end() ? std::get_if<DataFile>(&found->second) : nullptr;
+    return file != nullptr && file->transparent == transparent ? file : nullptr;
 }
 
 void Channels::write(int number, std::string_view text) {

@@ -22,7 +22,11 @@ public:
     struct DataFile {
         std::string name;
         std::string text;
+        bool transparent = false; ///< packed, not ASCII
     };
+
+    /// The words for an error number of the C library.
+    static std::string system_reason(int error);
 
     /// Throws `LibraryError` where a file cannot be opened under the number.
     static void check_number(int number);
@@ -37,8 +41,8 @@ public:
     void close_all();
 
     bool is_output(int number) const;
-    /// The data file that was opened last, if it is still open.
-    const DataFile* data() const;
+    /// The data file that was opened last, if it is still open and of that kind.
+    const DataFile* data(bool transparent) const;
 
     /// Writes text and brings it out at once. Throws `LibraryError` where the channel is not open
     /// for output or the text cannot be written.

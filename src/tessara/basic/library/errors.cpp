@@ -35,7 +35,7 @@ constexpr std::array Errors{
     ErrorDescription{StandardChannel, "channel 6 is the standard output, which is always open and "
                                       "cannot be opened or closed"},
     ErrorDescription{CannotOpen, "the file {} cannot be opened: {}"},
-    ErrorDescription{NoDataFile, "no data file is open; open one with hxopna"},
+    ErrorDescription{NoDataFile, "no {} is open; open one with {}"},
     ErrorDescription{CannotRead, "the file {} cannot be read: {}"},
     ErrorDescription{DataFile, "{}"},
     ErrorDescription{ListingClosed, "listings go to channel {}, which is not open for output; "
@@ -60,6 +60,8 @@ constexpr std::array Errors{
     ErrorDescription{NoStream, "there is no stream named '{}'"},
     ErrorDescription{NoDatum, "{}"},
     ErrorDescription{Internal, "unexpected failure inside the library: {}"},
+    ErrorDescription{CannotPack, "the file {} cannot be packed: {}"},
+    ErrorDescription{CannotWriteFile, "the file {} cannot be written: {}"},
 };
 
 constexpr bool complete() {

@@ -41,8 +41,10 @@ enum class ErrorNumber {
     NoStream,
     NoDatum,
     Internal,
+    CannotPack,
+    CannotWriteFile,
 };
-inline constexpr std::size_t ErrorCount = static_cast<std::size_t>(ErrorNumber::Internal);
+inline constexpr std::size_t ErrorCount = static_cast<std::size_t>(ErrorNumber::CannotWriteFile);
 
 /// The text of an error; each "{}" stands for a particular.
 std::string_view error_text(ErrorNumber number);

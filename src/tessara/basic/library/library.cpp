@@ -3,6 +3,7 @@
 #include "engine/listing/result_listing.hpp"
 #include "engine/text/text.hpp"
 
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <locale>
@@ -51,6 +52,23 @@ bool in_range(int i, std::size_t count) {
 
 [[noreturn]] void fail_place(std::string_view what, const std::string& where, int i_ph, int i_c) {
     throw LibraryError(ErrorNumber::WrongPlace, {what, where, text(i_ph), text(i_c)});
+}
+
+ProgramVersion program_version() {
+    constexpr int number = TESSARA_VERSION_NUMBER;
+    return {number / 10000, number / 100 % 100, number % 100};
+}
+
+/// Does what reads a data file; failures become those of the library.
+template <class Read>
+auto with_words(const std::string& file, ErrorNumber number, const Read& read) {
+    try {
+        return read();
+    } catch (const ReadError& error) {
+        throw LibraryError(error.what(), error.file(), error.line(), error.column());
+    } catch (const TdfError& error) {
+        throw LibraryError(number, {file, error.what()});
+    }
 }
 
 std::ostringstream listing_stream() {
@@ -113,21 +131,68 @@ void Library::report_error(const std::string& line) noexcept {
     }
 }
 
-void Library::read_data() {
-    const Channels::DataFile* file = channels_.data();
+const Channels::DataFile& Library::open_file(bool transparent) const {
+    const Channels::DataFile* file = channels_.data(transparent);
     if (file == nullptr) {
-        throw LibraryError(ErrorNumber::NoDataFile, {});
+        throw LibraryError(ErrorNumber::NoDataFile,
+                           {transparent ? "transparent data file" : "data file",
+                            transparent ? "hxopnt" : "hxopna"});
     }
+    return *file;
+}
+
+void Library::read_data() {
+    const Channels::DataFile& file = open_file(false);
     loaded_.reset();
-    loaded_ = std::make_unique<Loaded>(read_system(*file), options_);
+    loaded_ = with_words(file.name, ErrorNumber::CannotRead, [&] {
+        return std::make_unique<Loaded>(System::read_dat(file.text, file.name), options_);
+    });
 }
 
 std::shared_ptr<const System> Library::read_system(const Channels::DataFile& file) {
-    try {
-        return System::read_dat(file.text, file.name);
-    } catch (const ReadError& error) {
-        throw LibraryError(error.what(), error.file(), error.line(), error.column());
+    return with_words(file.name, ErrorNumber::CannotRead, [&]() -> std::shared_ptr<const System> {
+        return is_tdf(file.text) ? read_tdf(file.text, file.name, program_version()).system
+                                 : System::read_dat(file.text, file.name);
+    });
+}
+
+void Library::read_transparent() {
+    const Channels::DataFile& file = open_file(true);
+    loaded_.reset();
+    loaded_ = with_words(file.name, ErrorNumber::CannotRead, [&] {
+        TdfFile read = read_tdf(file.text, file.name, program_version());
+        auto made = std::make_unique<Loaded>(std::move(read.system), options_);
+        made->header = std::move(read.header);
+        return made;
+    });
+}
+
+const TdfHeader& Library::header() const {
+    if (!loaded_ || !loaded_->header) {
+        throw LibraryError(ErrorNumber::NoTransparentFile, {});
     }
+    return *loaded_->header;
+}
+
+std::string Library::packed(const Channels::DataFile& file, std::string remark,
+                            const Timestamp& created) {
+    const TdfAuthorship by{"tessara", program_version(), {}, created, std::move(remark)};
+    return with_words(file.name, ErrorNumber::CannotPack,
+                      [&] { return write_tdf(file.text, file.name, by); });
+}
+
+Timestamp Library::now() {
+    using namespace std::chrono;
+    const auto now = floor<seconds>(system_clock::now());
+    const auto day = floor<days>(now);
+    const year_month_day date(day);
+    const hh_mm_ss time(now - day);
+    return {static_cast<int>(date.year()),
+            static_cast<int>(static_cast<unsigned>(date.month())),
+            static_cast<int>(static_cast<unsigned>(date.day())),
+            static_cast<int>(time.hours().count()),
+            static_cast<int>(time.minutes().count()),
+            static_cast<int>(time.seconds().count())};
 }
 
 void Library::check_listing(bool listing) const {

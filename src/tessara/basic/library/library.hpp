@@ -4,6 +4,7 @@
 #include "basic/library/errors.hpp"
 #include "engine/conditions/condition_store.hpp"
 #include "engine/conditions/statuses.hpp"
+#include "engine/data/tdf_file.hpp"
 #include "engine/equilibrium/solver.hpp"
 #include "engine/results/results.hpp"
 
@@ -67,6 +68,16 @@ public:
 
     /// Reads the data file that is open. What the library held is gone, also when this fails.
     void read_data();
+    /// Reads the transparent data file that is open, in the same way.
+    void read_transparent();
+    /// The header of the transparent data file that the system comes from.
+    const TdfHeader& header() const;
+    /// The content of a transparent file with what an ASCII data file holds. The library stays as
+    /// it is.
+    static std::string packed(const Channels::DataFile& file, std::string remark,
+                              const Timestamp& created);
+    /// The time in UTC.
+    static Timestamp now();
     void list_inputs();
 
     /// The system of a data file; what the library holds stays as it is.
@@ -138,6 +149,7 @@ private:
         Loaded(std::shared_ptr<const System> read, const Solver::Options& options);
 
         std::shared_ptr<const System> system;
+        std::optional<TdfHeader> header; ///< of a transparent data file
         Statuses statuses;
         ConditionStore conditions;
         Solver solver;
@@ -148,6 +160,7 @@ private:
     };
 
     Loaded& loaded() const;
+    const Channels::DataFile& open_file(bool transparent) const;
     const System& system() const { return *loaded_->system; }
     void check_phase(int i_ph) const;
     void check_component(int i_sc) const;
