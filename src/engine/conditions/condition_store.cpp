@@ -235,7 +235,7 @@ int ConditionStore::place(const System& system, const Units& units, ConditionVar
     Condition condition{.number = 0, .variable = variable, .place = place};
     convert(system, units, value, condition);
     const auto [at, is_new] = conditions_.try_emplace(slot(variable, place));
-    condition.number = is_new ? ++last_number_ : at->second.number;
+    condition.number = is_new ? ++*last_number_ : at->second.number;
     at->second = condition;
     return condition.number;
 }
@@ -252,7 +252,7 @@ void ConditionStore::remove_inputs() {
 
 void ConditionStore::clear() {
     conditions_.clear();
-    last_number_ = 0;
+    *last_number_ = 0;
 }
 
 const Condition* ConditionStore::find(ConditionVariable variable, const Place& place) const {
@@ -317,6 +317,12 @@ void ConditionStore::fill(EquilibriumConditions& conditions) const {
 
 ConditionStore::Slot ConditionStore::slot(ConditionVariable variable, const Place& place) {
     return {describe(variable).shares, place};
+}
+
+std::vector<Condition> requirements(const ConditionStore& conditions) {
+    std::vector<Condition> list = conditions.in_order();
+    std::erase_if(list, [](const Condition& condition) { return describe(condition.variable).used; });
+    return list;
 }
 
 double condition_value(const System& system, const Units& units, const Condition& condition) {

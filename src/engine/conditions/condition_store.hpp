@@ -5,6 +5,7 @@
 #include "engine/units/units.hpp"
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
@@ -45,6 +46,10 @@ struct Condition {
 /// and are not given again until all conditions are cleared.
 class ConditionStore {
 public:
+    /// A store that shares its numbers with others made with the same counter.
+    explicit ConditionStore(std::shared_ptr<int> last_number = std::make_shared<int>(0))
+        : last_number_(std::move(last_number)) {}
+
     /// The pressure of a calculation for which none is placed, Pa.
     static constexpr double DefaultPressure = 1.0e5;
 
@@ -57,7 +62,7 @@ public:
     bool remove(int number);
     /// Removes all conditions on incoming amounts, given activities and given potentials.
     void remove_inputs();
-    /// Removes all conditions; numbers start again.
+    /// Removes all conditions; numbers start again, of all stores that share them.
     void clear();
 
     /// The condition on the variable, if it is the one in force on its place.
@@ -86,8 +91,11 @@ private:
 
     // Sorted by place, so that a calculation does not depend on the order of placing.
     std::map<Slot, Condition> conditions_;
-    int last_number_ = 0;
+    std::shared_ptr<int> last_number_;
 };
+
+/// The conditions that a search can be asked to meet: all but what is placed from outside.
+std::vector<Condition> requirements(const ConditionStore& conditions);
 
 /// The value of a condition in the units given.
 double condition_value(const System& system, const Units& units, const Condition& condition);

@@ -56,6 +56,32 @@ void list_statuses(std::ostream& out, const Inputs& inputs) {
     }
 }
 
+void list_streams(std::ostream& out, const Inputs& inputs) {
+    print_heading(out, "Streams");
+    const Units& units = inputs.units;
+    TextTable table({"stream", units.text(Quantity::Temperature), units.text(Quantity::Pressure),
+                     units.text(Quantity::Amount)});
+    for (const Stream& stream : inputs.streams->all()) {
+        table.row({ascii(stream.name),
+                   number_text(units.from_engine(Quantity::Temperature, stream.t), ConditionDigits),
+                   number_text(units.from_engine(Quantity::Pressure, stream.p), ConditionDigits),
+                   ""});
+        for (const IncomingAmount& amount : stream.amounts) {
+            const Constituent& of = inputs.system.phases[amount.phase].constituents[amount.index];
+            const double value =
+                units.from_engine(Amount{amount.amount, amount.amount * of.molar_mass});
+            table.row({"  " + ascii(place_text(inputs.system, Place::constituent(amount.phase,
+                                                                                  amount.index))),
+                       "", "", number_text(value, ConditionDigits)});
+        }
+    }
+    if (table.empty()) {
+        out << "  None.\n";
+    } else {
+        table.print(out);
+    }
+}
+
 } // namespace
 
 std::string condition_text(const System& system, const Condition& condition) {
@@ -90,7 +116,7 @@ void list_conditions(std::ostream& out, const Inputs& inputs) {
         conditions.row({condition_text(inputs.system, condition), number,
                         value_text(inputs, condition), condition_unit(inputs.units, condition)});
     }
-    print_heading(out, "Conditions");
+    print_heading(out, inputs.streams == nullptr ? "Conditions" : "Conditions with streams");
     if (!conditions.empty()) {
         conditions.print(out);
     }
@@ -102,6 +128,10 @@ void list_conditions(std::ostream& out, const Inputs& inputs) {
             inputs.units.from_engine(Quantity::Pressure, ConditionStore::DefaultPressure);
         out << "  P is not given: " << number_text(p, ConditionDigits) << ' '
             << inputs.units.text(Quantity::Pressure) << " is taken.\n";
+    }
+    if (inputs.streams != nullptr) {
+        list_streams(out, inputs);
+        return;
     }
     print_heading(out, "Incoming amounts");
     if (amounts.empty()) {

@@ -2,6 +2,7 @@
 
 #include "engine/conditions/condition_store.hpp"
 #include "engine/conditions/statuses.hpp"
+#include "engine/streams/streams.hpp"
 
 #include <iosfwd>
 
@@ -13,6 +14,7 @@ struct Inputs {
     const Units& units;
     const ConditionStore& conditions;
     const Statuses& statuses;
+    const Streams* streams = nullptr; ///< where the calculation is one with streams
 };
 
 /// Writes the units and, where a system is loaded, its title, the conditions with their numbers,

@@ -109,8 +109,9 @@ bool Results::has(ResultVariable variable, Kind kind) {
 }
 
 void Results::take(const Equilibrium& equilibrium, const EquilibriumConditions& conditions,
-                   const TemperatureTerms& at) {
+                   const TemperatureTerms& at, const ThermalProperties& input) {
     equilibrium_ = &equilibrium;
+    input_ = input;
     conditions_ = conditions;
     terms_ = at;
     has_properties_ = false;
@@ -357,8 +358,10 @@ double Results::thermal(std::size_t column, bool per_amount, const Place& place,
     switch (place.kind) {
     case Kind::System:
         value = properties_.system().*Columns[column];
-        value = in_units(column, value, units);
-        return per_amount ? ratio(value, units.from_engine(total_)) : value;
+        if (per_amount) {
+            return ratio(in_units(column, value, units), units.from_engine(total_));
+        }
+        return in_units(column, value - input_.*Columns[column], units);
     case Kind::Phase:
         value = properties_.phase(place.phase).*Columns[column];
         break;
@@ -382,7 +385,8 @@ double Results::value(ResultVariable variable, const Place& place, const Units& 
     case T:
         return units.from_engine(Quantity::Temperature, equilibrium_->t);
     case VT:
-        return thermal(4, false, Place::system(), units);
+        fill_properties();
+        return units.from_engine(Quantity::Volume, properties_.system().v);
     case A:
     case AP:
         return units.from_engine(size(place).amount());

@@ -31,8 +31,9 @@ public:
     explicit Results(std::shared_ptr<const System> system);
 
     /// Takes up a result. `equilibrium` must stay as it is until the next call; the rest is copied.
+    /// The system's CP, H, S, G and V are told as changes against `input`, that of streams.
     void take(const Equilibrium& equilibrium, const EquilibriumConditions& conditions,
-              const TemperatureTerms& at);
+              const TemperatureTerms& at, const ThermalProperties& input = {});
 
     const Equilibrium& equilibrium() const { return *equilibrium_; }
     /// The conditions of the calculation, in the engine's units.
@@ -92,6 +93,7 @@ private:
     std::vector<Amount> phase_component_totals_;
 
     // Worked out when they are first asked for.
+    ThermalProperties input_;
     PropertyTable properties_;
     bool has_properties_ = false;
     std::vector<std::vector<double>> activities_;

@@ -99,7 +99,8 @@ std::optional<PathState> just_formed(PathSolver& solver, const PathState& from, 
         return std::nullopt;
     }
     Bracket bracket{inside.point, inside_force, behind->point, greatest_force(*behind, phases)};
-    PathState best = std::abs(bracket.f_low) < std::abs(bracket.f_high) ? inside : *behind;
+    PathState best =
+        std::abs(inside_force) < std::abs(greatest_force(*behind, phases)) ? inside : *behind;
     while (bracket.is_open()) {
         const double point = bracket.next();
         std::optional<PathState> state = solver.follow(best, point);

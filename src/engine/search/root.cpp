@@ -18,44 +18,44 @@ double resolution(double low, double high) {
 } // namespace
 
 bool Bracket::is_open() const {
-    return f_low != 0.0 && f_high != 0.0 && steps_ < MostSteps &&
-           std::abs(high - low) > resolution(low, high);
+    return f_low_ != 0.0 && f_high_ != 0.0 && steps_ < MostSteps &&
+           std::abs(high_ - low_) > resolution(low_, high_);
 }
 
 double Bracket::next() {
     ++steps_;
-    // `low` is the point taken last: the two ends change places as needed.
+    // `low_` is the point taken last: the two ends change places as needed.
     double share = 0.5;
     if (has_third_) {
-        const double xi = (low - high) / (third_ - high);
-        const double phi = (f_low - f_high) / (f_third_ - f_high);
+        const double xi = (low_ - high_) / (third_ - high_);
+        const double phi = (f_low_ - f_high_) / (f_third_ - f_high_);
         if (phi * phi < xi && (1.0 - phi) * (1.0 - phi) < 1.0 - xi) {
-            share = f_low / (f_high - f_low) * f_third_ / (f_high - f_third_) +
-                    (third_ - low) / (high - low) * f_low / (f_third_ - f_low) * f_high /
-                        (f_third_ - f_high);
+            share = f_low_ / (f_high_ - f_low_) * f_third_ / (f_high_ - f_third_) +
+                    (third_ - low_) / (high_ - low_) * f_low_ / (f_third_ - f_low_) * f_high_ /
+                        (f_third_ - f_high_);
         }
     } else if (steps_ == 1) {
-        share = f_low / (f_low - f_high); // the chord
+        share = f_low_ / (f_low_ - f_high_); // the chord
     }
-    const double least = 0.5 * resolution(low, high) / std::abs(high - low);
+    const double least = 0.5 * resolution(low_, high_) / std::abs(high_ - low_);
     share = std::clamp(std::isfinite(share) ? share : 0.5, std::min(least, 0.5),
                        std::max(1.0 - least, 0.5));
-    return low + share * (high - low);
+    return low_ + share * (high_ - low_);
 }
 
 void Bracket::take(double point, double f) {
     has_third_ = true;
-    if ((f > 0.0) == (f_low > 0.0)) {
-        third_ = low;
-        f_third_ = f_low;
+    if ((f > 0.0) == (f_low_ > 0.0)) {
+        third_ = low_;
+        f_third_ = f_low_;
     } else {
-        third_ = high;
-        f_third_ = f_high;
-        high = low;
-        f_high = f_low;
+        third_ = high_;
+        f_third_ = f_high_;
+        high_ = low_;
+        f_high_ = f_low_;
     }
-    low = point;
-    f_low = f;
+    low_ = point;
+    f_low_ = f;
 }
 
 } // namespace tessara

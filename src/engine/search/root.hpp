@@ -5,20 +5,25 @@ namespace tessara {
 /// A zero between two points at which a function has different signs: Chandrupatla's method, which
 /// takes inverse quadratic interpolation where the last three points promise that it is good, and
 /// halves the interval elsewhere.
-struct Bracket {
-    double low;
-    double f_low;
-    double high;
-    double f_high;
+class Bracket {
+public:
+    Bracket(double low, double f_low, double high, double f_high)
+        : low_(low), f_low_(f_low), high_(high), f_high_(f_high) {}
 
     /// Whether there are numbers left between the two, and no zero has been met.
     bool is_open() const;
+    /// One of the ends: the point taken last.
+    double last() const { return low_; }
     /// Where to look next.
     double next();
     /// Takes the value there up.
     void take(double point, double f);
 
 private:
+    double low_;
+    double f_low_;
+    double high_;
+    double f_high_;
     double third_ = 0.0; ///< the point given up last
     double f_third_ = 0.0;
     bool has_third_ = false;

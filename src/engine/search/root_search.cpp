@@ -44,7 +44,7 @@ std::optional<PathState> smooth_zero(PathSolver& solver, PathState& one, PathSta
     Bracket bracket{one.point, one.measure, other.point, other.measure};
     while (bracket.is_open()) {
         const bool near_one =
-            std::abs(bracket.low - one.point) <= std::abs(bracket.low - other.point);
+            std::abs(bracket.last() - one.point) <= std::abs(bracket.last() - other.point);
         const double point = bracket.next();
         PathState state = solver.solve(point, near_one ? &one : &other);
         if (!is_known(state)) {

@@ -23,10 +23,6 @@ Ref member(Enumeration enumeration, Enumerator enumerator) {
     return instance().members.object(enumeration, enumerator);
 }
 
-[[noreturn]] void not_supported(std::string_view what) {
-    throw LibraryError(ErrorNumber::NotSupported, {what});
-}
-
 Ref amounts_and_mass(const std::vector<double>& stoichiometry, double molar_mass) {
     return tuple_of(list_of(stoichiometry, number), number(library().molar_mass(molar_mass)));
 }
@@ -241,41 +237,42 @@ Ref get_result(const Arguments& arguments) {
 template <bool from_last, bool listing>
 Ref calculate(const Arguments& arguments) {
     library().calculate(arguments[0].as<TargetVariable>(), arguments[1].integer,
-                        arguments[2].integer, from_last, listing);
+                        arguments[2].integer, arguments.values, from_last, listing);
     return none();
 }
 
+template <bool listing>
 Ref map(const Arguments& arguments) {
-    library().map(arguments[0].as<PhaseMapVariable>(), arguments[1].integer, arguments[2].integer);
-    return none();
+    return boolean(library().map(arguments[0].as<PhaseMapVariable>(), arguments[1].integer,
+                                 arguments[2].integer, arguments.values, listing));
 }
 
 // --- streams ---
 
-Ref create_stream(const Arguments&) {
-    not_supported("streams are");
+Ref create_stream(const Arguments& arguments) {
+    library().make_stream(utf8(arguments[0].object), arguments[1].number, arguments[2].number);
+    return none();
 }
 
 Ref remove_stream(const Arguments& arguments) {
-    const std::string name = utf8(arguments[0].object);
-    if (!name.empty()) {
-        throw LibraryError(ErrorNumber::NoStream, {name});
-    }
+    library().remove_stream(utf8(arguments[0].object));
     return none();
 }
 
 Ref set_stream_amount(const Arguments& arguments) {
-    library().constituent(arguments[1].integer, arguments[2].integer);
-    throw LibraryError(ErrorNumber::NoStream, {utf8(arguments[0].object)});
+    library().set_stream_amount(utf8(arguments[0].object), arguments[1].integer,
+                                arguments[2].integer, arguments[3].number);
+    return none();
 }
 
 Ref set_stream_condition(const Arguments& arguments) {
-    library().check_phase_or_none(arguments[1].integer);
-    not_supported("streams are");
+    return integer(library().set_stream_condition(arguments[0].as<ConditionVariable>(),
+                                                  arguments[1].integer, arguments[2].number));
 }
 
 Ref get_stream_property(const Arguments& arguments) {
-    throw LibraryError(ErrorNumber::NoStream, {utf8(arguments[0].object)});
+    return number(library().stream_property(utf8(arguments[0].object),
+                                            arguments[1].as<StreamVariable>()));
 }
 
 // --- own operations ---
@@ -593,36 +590,38 @@ compositions than the file lists copies of it.)"},
      calculate<true, true>,
      "As hxcel, starting from the last result."},
 
-    {{"hxmap", {map_variable, phase, in_phase, values}}, map, R"(Find the next phase transition.
+    {{"hxmap", {map_variable, phase, in_phase, values}},
+     map<false>,
+     R"(Find the next point of a phase map.
 
-Not supported yet: raises TessaraError.)"},
-    {{"hxmapl", {map_variable, phase, in_phase, values}}, map, R"(As hxmap, and write the result.
-
-Not supported yet: raises TessaraError.)"},
+TF, PF and IAF open a map and calculate its lower end. The first TN, PN or IAN calculates the upper
+end, each later one the next change of phases in ascending order, in the state that it has seen from
+below. values: both ends, in their units; IAN ignores them. IA0 names a further incoming amount that
+moves together with that of IAF. Returns whether there is more to ask for.)"},
+    {{"hxmapl", {map_variable, phase, in_phase, values}},
+     map<true>,
+     "As hxmap, and write the result to the channel for listings."},
 
     {{"hxsttp", {stream, {"T", Kind::Number}, {"P", Kind::Number}}},
      create_stream,
-     R"(Create a stream at a temperature and a pressure.
+     R"(Create a stream at a temperature and a pressure, in their units.
 
-Not supported yet: raises TessaraError.)"},
-    {{"hxstrm", {stream}}, remove_stream, R"(Remove a stream, or all with the empty name.
-
-There are no streams yet, so every other name raises TessaraError.)"},
+A stream of that name starts afresh, without amounts. What follows is calculated with streams, until
+hxsetc places a condition.)"},
+    {{"hxstrm", {stream}}, remove_stream, "Remove a stream, or all with the empty name."},
     {{"hxstca", {stream, phase, constituent, value}},
      set_stream_amount,
-     R"(Set the amount of a constituent in a stream.
-
-There are no streams yet, so every name raises TessaraError.)"},
+     "Set the amount of a constituent in a stream, in the unit of amounts."},
     {{"hxstec", {member_of("variable", Enumeration::ConditionVariable), phase, value}},
      set_stream_condition,
-     R"(Place a condition for calculations with streams.
+     R"(Place a condition for calculations with streams and tell its number.
 
-Not supported yet: raises TessaraError.)"},
+On the system (-1) or on a phase. CP, H, S, G and V of the system are changes against the streams.)"},
     {{"hxstxp", {stream, member_of("variable", Enumeration::StreamVariable)}},
      get_stream_property,
-     R"(Tell an extensive property of a stream.
+     R"(Tell CP, H, S, G or V of a stream, a float.
 
-There are no streams yet, so every name raises TessaraError.)"},
+What a stream holds in one mixture phase forms that phase at that composition, unreacted.)"},
 
     {{"certificate", {}},
      get_certificate,

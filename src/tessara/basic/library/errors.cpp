@@ -48,8 +48,7 @@ constexpr std::array Errors{
                                       "that hxsetc gave, 0 for all incoming amounts, or -2 for all "
                                       "conditions"},
     ErrorDescription{NoTemperature, "the temperature is not given; place a condition on T"},
-    ErrorDescription{GivenVolume, "a given total volume is not supported yet; remove condition {} "
-                                  "(VT) with hxremc and give the pressure"},
+    ErrorDescription{GivenVolume, "the total volume (VT, condition {}) cannot be given: {}"},
     ErrorDescription{NotSupported, "{} not supported yet"},
     ErrorDescription{Calculation, "{}"},
     ErrorDescription{NoResult, "there is no result of {} to give: nothing has been calculated yet; "
@@ -62,6 +61,20 @@ constexpr std::array Errors{
     ErrorDescription{Internal, "unexpected failure inside the library: {}"},
     ErrorDescription{CannotPack, "the file {} cannot be packed: {}"},
     ErrorDescription{CannotWriteFile, "the file {} cannot be written: {}"},
+    ErrorDescription{StreamName, "a stream must have a name; the empty one stands for all streams"},
+    ErrorDescription{StreamState, "the {} of the stream '{}' cannot be {}: it must be a finite "
+                                  "number above zero"},
+    ErrorDescription{StreamAmount, "the amount of {} in the stream '{}' cannot be {}: {}"},
+    ErrorDescription{Requirement, "a search on {} needs exactly one condition to meet (a target, or "
+                                  "one on H, S, G, V, CP or A), and there {}"},
+    ErrorDescription{MovedAmount, "the incoming amount of {} cannot be moved: {}"},
+    ErrorDescription{Range, "the range of {} from {} to {} cannot be searched: {}"},
+    ErrorDescription{NoMap, "there is no map over {} to go on with; open one with {} first, and "
+                            "change nothing until it is finished"},
+    ErrorDescription{MapOfStreams, "phase maps are made of absolute calculations, and streams are "
+                                   "in force; place a condition with hxsetc to leave them"},
+    ErrorDescription{StreamCondition, "the condition {} cannot be placed on a calculation with "
+                                      "streams; use P, VT, T, CP, H, S, G, V or A"},
 };
 
 constexpr bool complete() {

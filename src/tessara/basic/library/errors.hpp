@@ -43,8 +43,17 @@ enum class ErrorNumber {
     Internal,
     CannotPack,
     CannotWriteFile,
+    StreamName,
+    StreamState,
+    StreamAmount,
+    Requirement,
+    MovedAmount,
+    Range,
+    NoMap,
+    MapOfStreams,
+    StreamCondition,
 };
-inline constexpr std::size_t ErrorCount = static_cast<std::size_t>(ErrorNumber::CannotWriteFile);
+inline constexpr std::size_t ErrorCount = static_cast<std::size_t>(ErrorNumber::StreamCondition);
 
 /// The text of an error; each "{}" stands for a particular.
 std::string_view error_text(ErrorNumber number);

@@ -205,7 +205,8 @@ void Library::list_inputs() {
     check_listing(true);
     std::ostringstream out = listing_stream();
     if (loaded_) {
-        const Inputs inputs{system(), units_, loaded_->conditions, loaded_->statuses};
+        const Inputs inputs{system(), units_, loaded_->conditions(), loaded_->statuses,
+                            loaded_->with_streams ? &loaded_->streams : nullptr};
         tessara::list_inputs(out, units_, &inputs);
     } else {
         tessara::list_inputs(out, units_, nullptr);
@@ -244,6 +245,7 @@ void Library::set_unit(Quantity quantity, Unit unit) {
         throw LibraryError(ErrorNumber::WrongUnit,
                            {describe(unit).name, quantity_name(quantity), possible});
     }
+    touch();
     units_.set(unit);
 }
 
@@ -307,11 +309,13 @@ Participation Library::status(int i_ph, int i_pc) const {
 
 void Library::set_status(int i_ph, Participation status) {
     check_phase(i_ph);
+    touch();
     loaded_->statuses.set_phase(index(i_ph), status);
 }
 
 void Library::set_status(int i_ph, int i_pc, Participation status) {
     check_constituent(i_ph, i_pc);
+    touch();
     loaded_->statuses.set_constituent(index(i_ph), index(i_pc), status);
 }
 
@@ -424,8 +428,10 @@ int Library::set_condition(ConditionVariable variable, int i_ph, int i_c, double
     const Place place = condition_place(variable, i_ph, i_c);
     Loaded& of = *loaded_;
     int number = 0;
+    touch();
+    of.with_streams = false;
     try {
-        number = of.conditions.place(system(), units_, variable, place, value);
+        number = of.absolute_conditions.place(system(), units_, variable, place, value);
     } catch (const ConditionError& error) {
         throw LibraryError(ErrorNumber::Condition, {error.what()});
     }
@@ -445,22 +451,36 @@ int Library::set_condition(ConditionVariable variable, int i_ph, int i_c, double
 }
 
 void Library::remove_conditions(int number) {
+    touch();
+    if (loaded_) {
+        loaded_->search_ranges.clear();
+        loaded_->map_ranges.clear();
+    }
     if (number == AllInputs) {
         if (loaded_) {
-            loaded_->conditions.remove_inputs();
+            loaded_->absolute_conditions.remove_inputs();
         }
         return;
     }
     if (number == AllConditions) {
         options_ = Solver::Options();
         if (loaded_) {
-            loaded_->conditions.clear();
+            loaded_->absolute_conditions.clear();
+            loaded_->stream_conditions.clear();
             loaded_->solver.set_options(options_);
         }
         return;
     }
-    if (!loaded_ || !loaded_->conditions.remove(number)) {
+    if (!loaded_ || !(loaded_->absolute_conditions.remove(number) ||
+                      loaded_->stream_conditions.remove(number))) {
         throw LibraryError(ErrorNumber::ConditionNumber, {text(number)});
+    }
+}
+
+void Library::touch() {
+    if (loaded_) {
+        loaded_->map.reset();
+        loaded_->moved.clear();
     }
 }
 
@@ -484,52 +504,6 @@ void Library::check_target_place(const char* name, bool on_amount, int i_ph, int
     }
 }
 
-void Library::calculate(TargetVariable target, int i_ph, int i_c, bool from_last, bool listing) {
-    static constexpr std::array names{"NoTarget", "P", "V", "T", "IA0", "IA"};
-    warnings_.clear();
-    const char* name = names[static_cast<std::size_t>(target)];
-    check_target_place(name, target == TargetVariable::IA0 || target == TargetVariable::IA, i_ph,
-                       i_c);
-    check_listing(listing);
-    Loaded& of = *loaded_;
-    if (target != TargetVariable::NoTarget) {
-        if (target != TargetVariable::IA0) {
-            of.state = State::Failed;
-        }
-        throw LibraryError(ErrorNumber::NotSupported,
-                           {"searches (target variable " + std::string(name) + ") are"});
-    }
-    of.state = State::Failed;
-    checkpoint();
-    solve(of, from_last);
-    of.state = State::Calculated;
-    warn_of_folded_sets(of);
-    checkpoint();
-    if (listing) {
-        std::ostringstream out = listing_stream();
-        list_results(out, {system(), units_, of.conditions, of.statuses}, of.results);
-        channels_.write(list_, out.str());
-    }
-}
-
-void Library::solve(Loaded& of, bool from_last) {
-    if (const Condition* volume = of.conditions.find(ConditionVariable::VT, Place::system())) {
-        throw LibraryError(ErrorNumber::GivenVolume, {text(volume->number)});
-    }
-    of.conditions.fill(of.request);
-    of.statuses.fill(of.request);
-    if (of.request.t == 0.0) {
-        throw LibraryError(ErrorNumber::NoTemperature, {});
-    }
-    try {
-        const Equilibrium& found =
-            of.solver.solve(of.request, from_last ? Solver::Start::Warm : Solver::Start::Cold);
-        of.results.take(found, of.request, of.solver.terms());
-    } catch (const SolveError& error) {
-        throw LibraryError(ErrorNumber::Calculation, {error.what()});
-    }
-}
-
 void Library::warn_of_folded_sets(Loaded& of) {
     for (const std::size_t i : of.results.equilibrium().folded) {
         if (of.warned[i] == 0) {
@@ -542,14 +516,6 @@ void Library::warn_of_folded_sets(Loaded& of) {
                  i});
         }
     }
-}
-
-void Library::map(PhaseMapVariable variable, int i_ph, int i_c) const {
-    static constexpr std::array names{"TF", "TN", "PF", "PN", "IA0", "IAF", "IAN"};
-    check_target_place(names[static_cast<std::size_t>(variable)],
-                       variable == PhaseMapVariable::IA0 || variable == PhaseMapVariable::IAF, i_ph,
-                       i_c);
-    throw LibraryError(ErrorNumber::NotSupported, {"phase maps are"});
 }
 
 // --- results ---
@@ -584,7 +550,18 @@ double Library::result(ResultVariable variable, int i_ph, int i_c) {
     Loaded& of = loaded();
     const Place place = result_place(variable, i_ph, i_c);
     if (variable == ResultVariable::IA) {
-        const double mol = of.conditions.incoming_amount(place);
+        double mol = of.with_streams
+                         ? (place.kind == Place::Kind::Constituent
+                                ? of.streams.amount(place.phase, place.index)
+                                : 0.0)
+                         : of.absolute_conditions.incoming_amount(place);
+        for (const MovedAmount& moved : of.moved) {
+            const bool of_component = moved.at.phase == IncomingAmount::NoPhase;
+            if (place == (of_component ? Place::component(moved.at.index)
+                                       : Place::constituent(moved.at.phase, moved.at.index))) {
+                mol = moved.upper; // as the search found it
+            }
+        }
         const double molar_mass = place.kind == Place::Kind::Component
                                       ? component(i_c).molar_mass
                                       : constituent(i_ph, i_c).molar_mass;

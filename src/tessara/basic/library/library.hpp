@@ -7,6 +7,9 @@
 #include "engine/data/tdf_file.hpp"
 #include "engine/equilibrium/solver.hpp"
 #include "engine/results/results.hpp"
+#include "engine/search/phase_map.hpp"
+#include "engine/search/requirement.hpp"
+#include "engine/streams/streams.hpp"
 
 #include <array>
 #include <memory>
@@ -120,8 +123,20 @@ public:
 
     /// Calculates; the result replaces the former one, also when this fails, but not where the
     /// place is wrong or a listing has nowhere to go.
-    void calculate(TargetVariable target, int i_ph, int i_c, bool from_last, bool listing);
-    void map(PhaseMapVariable variable, int i_ph, int i_c) const;
+    void calculate(TargetVariable target, int i_ph, int i_c, std::array<double, 2> values,
+                   bool from_last, bool listing);
+    /// The next point of a phase map; says whether there are more to ask for.
+    bool map(PhaseMapVariable variable, int i_ph, int i_c, std::array<double, 2> values,
+             bool listing);
+
+    // --- streams ---
+
+    void make_stream(const std::string& name, double t, double p);
+    /// Removes a stream, or all of them where the name is empty.
+    void remove_stream(const std::string& name);
+    void set_stream_amount(const std::string& name, int i_ph, int i_pc, double value);
+    int set_stream_condition(ConditionVariable variable, int i_ph, double value);
+    double stream_property(const std::string& name, StreamVariable variable);
 
     double result(ResultVariable variable, int i_ph, int i_c);
     const Certificate& certificate() const;
@@ -144,6 +159,22 @@ public:
 private:
     enum class State { NotCalculated, Failed, Calculated };
 
+    /// The ends between which an incoming amount moves, mol.
+    struct AmountRange {
+        Place place;
+        double first;
+        double last;
+    };
+    /// A map under way: what it goes along, and the points found that are still to be told.
+    struct OpenMap {
+        PathSolver solver;
+        double low;
+        double high;
+        PathState at_low;
+        std::optional<PhaseMap> found;
+        std::size_t next = 0;
+    };
+
     /// A system and all that lives and dies with it.
     struct Loaded {
         Loaded(std::shared_ptr<const System> read, const Solver::Options& options);
@@ -151,12 +182,27 @@ private:
         std::shared_ptr<const System> system;
         std::optional<TdfHeader> header; ///< of a transparent data file
         Statuses statuses;
-        ConditionStore conditions;
+        std::shared_ptr<int> numbers = std::make_shared<int>(0);
+        ConditionStore absolute_conditions{numbers};
+        ConditionStore stream_conditions{numbers};
+        Streams streams;
+        bool with_streams = false; ///< which family of conditions counts
+        /// Ranges of incoming amounts that wait for the last of their search, or of their map.
+        std::vector<AmountRange> search_ranges;
+        std::vector<AmountRange> map_ranges;
+        std::unique_ptr<OpenMap> map;
         Solver solver;
         Results results;
         EquilibriumConditions request; ///< of the last calculation
+        Equilibrium found;             ///< what the last search found
+        std::vector<MovedAmount> moved; ///< what it moved, with the amounts found
         State state = State::NotCalculated;
         std::vector<char> warned; ///< per phase: its folded sets have been told
+
+        ConditionStore& conditions() { return with_streams ? stream_conditions : absolute_conditions; }
+        const ConditionStore& conditions() const {
+            return with_streams ? stream_conditions : absolute_conditions;
+        }
     };
 
     Loaded& loaded() const;
@@ -172,7 +218,21 @@ private:
     Place result_place(ResultVariable variable, int i_ph, int i_c) const;
     void check_listing(bool listing) const;
     void check_target_place(const char* name, bool on_amount, int i_ph, int i_c) const;
+    /// Conditions, statuses and streams as they are; the temperature may be missing.
+    StateRequest request(const Loaded& of) const;
     void solve(Loaded& of, bool from_last);
+    void search(Loaded& of, TargetVariable target, std::array<double, 2> values);
+    Requirement only_requirement(const Loaded& of, std::string_view of_what) const;
+    AmountRange amount_range(int i_ph, int i_c, std::array<double, 2> values) const;
+    Path path_of_amounts(const Loaded& of, const std::vector<AmountRange>& ranges) const;
+    void take_state(Loaded& of, Path& path, double point, const Equilibrium& equilibrium);
+    void open_map(Loaded& of, PhaseMapVariable variable, std::array<double, 2> values);
+    bool next_of_map(Loaded& of, PhaseMapVariable variable);
+    void finish_calculation(Loaded& of, bool listing);
+    ThermalProperties stream_input(const Loaded& of) const;
+    Checkpoint long_checkpoint() const;
+    /// What follows from any change of conditions, statuses or units.
+    void touch();
     void warn_of_folded_sets(Loaded& of);
     const Loaded& with_result(std::string_view what) const;
     void checkpoint() const;
