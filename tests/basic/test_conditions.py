@@ -230,17 +230,6 @@ def test_temperature_has_to_be_given(hx, loaded):
         loaded.calculate()
 
 
-def test_given_volume_names_the_number_that_removes_it(hx, loaded):
-    loaded.set("T", 1000.0)
-    loaded.put_in(A=1.0)
-    number = loaded.set("VT", 5.0)
-    message = rf"not supported yet; remove condition {number} \(VT\)"
-    with pytest.raises(TessaraError, match=message):
-        loaded.calculate()
-    hx.hxremc(number)
-    loaded.calculate()
-
-
 def test_incoming_amounts_of_components_and_constituents_add_up(loaded):
     loaded.set("T", 1000.0)
     loaded.put_in(A=1.0, B=0.5)

@@ -26,12 +26,13 @@ def fail_for_want_of_phases(hx, lab):
         hx.hxcsp(i, Status.ELIMINATED)
 
 
-def fail_for_given_volume(hx, lab):
+def fail_for_a_vessel_without_gas(hx, lab):
+    hx.hxcsp(0, Status.ELIMINATED)
     lab.set("VT", 10.0)
 
 
 @pytest.fixture(
-    params=[fail_for_want_of_temperature, fail_for_want_of_phases, fail_for_given_volume]
+    params=[fail_for_want_of_temperature, fail_for_want_of_phases, fail_for_a_vessel_without_gas]
 )
 def failed(request, hx, lab, saturated):
     request.param(hx, lab)
@@ -117,8 +118,8 @@ def test_nothing_is_given_before_any_calculation(lab, gas_over_solid, name):
         lab.get(name)
 
 
-def test_search_that_is_not_supported_counts_as_failed(hx, lab, saturated):
-    with pytest.raises(TessaraError, match="not supported yet"):
+def test_search_without_a_condition_to_meet_counts_as_failed(hx, lab, saturated):
+    with pytest.raises(TessaraError, match=r"needs exactly one condition to meet .* there is none"):
         hx.hxce(TargetVariable.T, -1, -1, [900.0, 0.0])
     assert isnan(lab.get("H"))
 

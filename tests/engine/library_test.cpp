@@ -51,7 +51,7 @@ protected:
         library.close(10);
     }
     void calculate(bool listing = false) {
-        library.calculate(TargetVariable::NoTarget, None, None, false, listing);
+        library.calculate(TargetVariable::NoTarget, None, None, {0.0, 0.0}, false, listing);
     }
     void calculate_small_system() {
         load(small_system());
@@ -165,16 +165,6 @@ TEST_F(LibraryTest, RefusesACalculationWithoutTemperature) {
     library.set_condition(C::IA, None, 0, 1.0);
     EXPECT_EQ(failure([&] { calculate(); }), ErrorNumber::NoTemperature);
     EXPECT_TRUE(std::isnan(system_value(R::H)));
-}
-
-TEST_F(LibraryTest, RefusesAGivenVolumeWithTheNumberThatRemovesIt) {
-    calculate_small_system();
-    const int number = library.set_condition(C::VT, None, None, 5.0);
-    EXPECT_EQ(failure([&] { calculate(); }), ErrorNumber::GivenVolume);
-    EXPECT_NE(words.find("condition " + std::to_string(number) + " "), std::string::npos);
-    library.remove_conditions(number);
-    calculate();
-    EXPECT_EQ(system_value(R::P), 1.0);
 }
 
 TEST_F(LibraryTest, RefusesAListingWithoutAChannelBeforeItCalculates) {

@@ -573,10 +573,14 @@ and V of the system are nan and all else but IA is refused.)"},
      calculate<false, false>,
      R"(Calculate the equilibrium.
 
-TargetVariable.NoTarget, -1, -1 and any two numbers: at the conditions in force on P, T, IA, AC and
-MU; P is 1 bar where it is not given. Other conditions are left aside.
+TargetVariable.NoTarget, -1, -1 and any two numbers: at the conditions in force on P, VT, T, IA, AC
+and MU; P is 1 bar where neither is given. Other conditions are left aside.
 
-Searches (the other targets) and a given total volume (VT) are not supported yet.
+P, V and T search the pressure, the total volume or the temperature at which the one other condition
+is met: a target, or one on CP, H, S, G, V or A. values: a guess and 0.0, from which the search goes
+outward, or the two ends of an interval. IA moves an incoming amount (and those that IA0 has named
+before) from the first value to the second. Raises TessaraError with what was searched and the
+nearest miss where no state meets the condition.
 
 Warns with MiscibilityWarning, once per phase and data file, where a phase splits into more
 compositions than the file lists copies of it.)"},

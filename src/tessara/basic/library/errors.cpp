@@ -48,8 +48,6 @@ constexpr std::array Errors{
                                       "that hxsetc gave, 0 for all incoming amounts, or -2 for all "
                                       "conditions"},
     ErrorDescription{NoTemperature, "the temperature is not given; place a condition on T"},
-    ErrorDescription{GivenVolume, "the total volume (VT, condition {}) cannot be given: {}"},
-    ErrorDescription{NotSupported, "{} not supported yet"},
     ErrorDescription{Calculation, "{}"},
     ErrorDescription{NoResult, "there is no result of {} to give: nothing has been calculated yet; "
                                "calculate with hxce first"},

@@ -32,8 +32,6 @@ enum class ErrorNumber {
     Condition,
     ConditionNumber,
     NoTemperature,
-    GivenVolume,
-    NotSupported,
     Calculation,
     NoResult,
     FailedResult,
