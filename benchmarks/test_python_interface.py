@@ -1,6 +1,7 @@
 """Times of the class interface over the package's own library. Run by `make benchmark`."""
 
 import pytest
+from split_times import shares, split
 
 import tessara.data
 from tessara import basic
@@ -60,3 +61,16 @@ def test_twenty_temperatures(benchmark, furnace, estimate):
 
 def test_get_str_inputs(benchmark, furnace):
     benchmark(EquilibriumCalculation.get_str_inputs)
+
+
+def test_get_result_object(benchmark, furnace, show):
+    """Over this package's own library; the loop that replays the calls counts for the calls."""
+
+    def replay(calls):
+        for function, arguments in calls:
+            function(*arguments)
+
+    make = EquilibriumCalculation.get_result_object
+    benchmark(make)
+    count = ThermochemicalSystem.get_count_pcs()
+    show(shares(f"result of {count} constituents", split(make, replay)))

@@ -1,7 +1,6 @@
 """Makes the package that these benchmarks import: the extension and `core` over a stand-in.
 
-`TESSARA_FRIENDLY` and `TESSARA_BASIC` name the two built files. How the times divide is shown at
-the end.
+`TESSARA_FRIENDLY` and `TESSARA_BASIC` name the two built files.
 """
 
 import atexit
@@ -11,7 +10,6 @@ import sys
 import tempfile
 from pathlib import Path
 
-import pytest
 import standin_package
 
 
@@ -26,17 +24,3 @@ def _make_package():
 
 assert "tessara" not in sys.modules, "these benchmarks need a process of their own"
 _make_package()
-
-LINES: list[str] = []
-
-
-@pytest.fixture
-def show():
-    """`show(line)`: adds a line to what is shown at the end."""
-    return LINES.append
-
-
-def pytest_terminal_summary(terminalreporter):
-    terminalreporter.write_sep("-", "what the interface adds to the operations")
-    for line in LINES:
-        terminalreporter.write_line(line)

@@ -77,10 +77,10 @@ def test_model_that_cannot_be_converted_is_named(report):
     description = {
         "title": "a title",
         "components": [],
-        "phases": [{"name": "SLAG", "model": "SUBG", "gas": False, "line": 7, "constituents": []}],
+        "phases": [{"name": "SLAG", "model": "WAGN", "gas": False, "line": 7, "constituents": []}],
         "dummies": [],
     }
-    with pytest.raises(ConversionError, match="line 7: phase 'SLAG' has the model SUBG"):
+    with pytest.raises(ConversionError, match="line 7: phase 'SLAG' has the model WAGN"):
         data_files.from_description(description, report)
 
 

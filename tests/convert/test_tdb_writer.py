@@ -4,13 +4,14 @@ import dataclasses
 import math
 import random
 import re
+from pathlib import Path
 
 import pytest
 from dat_evaluator import DataFile
 from tdb_evaluator import TdbFile
 
-from tessara.convert import dat_writer, tdb_writer
-from tessara.convert.report import ConversionError
+from tessara.convert import dat_writer, data_files, tdb_writer
+from tessara.convert.report import ConversionError, Report
 from tessara.convert.system import (
     Component,
     IdealPhase,
@@ -307,3 +308,24 @@ def test_both_formats_give_the_same_energies(report, seed):
             expected = source.mixtures[phase].G(T, y)
             assert math.isfinite(expected)
             assert target.G(phase, T, y) == pytest.approx(expected, rel=1e-11), phase
+
+
+@pytest.mark.parametrize(
+    ("name", "model"),
+    [
+        ("polynomial", "polynomials after Kohler and Toop (QKTO)"),
+        ("ion_sublattices", "cations and anions with polynomials (SUBM)"),
+        ("ionic_liquid", "ionic liquids (SUBI)"),
+        ("quasichemical", "quasichemical phases (SUBG, SUBQ)"),
+        ("quasichemical_half", "quasichemical phases (SUBG, SUBQ)"),
+    ],
+)
+def test_phase_that_has_no_form_is_a_loss_and_the_others_are_written(name, model, report):
+    corpus = Path(__file__).parents[1] / "fuzz" / "corpus"
+    source = "quasichemical_override" if name == "quasichemical_half" else name
+    system = data_files.read(corpus / f"{source}.dat", Report())
+    text = tdb_writer.write(system, report)
+    subject = f"phase {system.phases[0].name!r}"
+    words = f"a TDB file has no form for {model}; left out"
+    assert [(one.subject, one.text) for one in report.losses()] == [(subject, words)]
+    assert text.count("PHASE ") == len(system.pure)

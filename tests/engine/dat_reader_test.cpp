@@ -438,7 +438,7 @@ TEST(DatReader, EndsInASystemOrAnErrorForRandomDamage) {
                 text.insert(at, text.substr(random() % text.size(), random() % 30));
             }
             if (text.empty()) {
-                text = " ";
+                text.assign(1, ' ');
             }
         }
         try {

@@ -304,10 +304,14 @@ std::optional<std::string_view> DatTokens::raw_line() {
     return text;
 }
 
-/// Length of the line that came last, but for blanks behind its numbers.
+/// Length of the line that came last, but for blanks at its end.
 std::size_t DatTokens::line_length() const {
     if (!numbers_) {
-        return text_.size();
+        std::size_t length = text_.size();
+        while (length > 0 && is_blank(text_[length - 1])) {
+            --length;
+        }
+        return length;
     }
     // What was dropped lies behind what was taken.
     return column_ > 0 ? column_ : last_line_ == line_ ? last_number_.end() : 0;

@@ -31,6 +31,28 @@ void add_balanced(std::vector<Factor>& factors, double& multiplier,
 
 } // namespace
 
+void describe_grouping(const Grouping& grouping, Description& phase) {
+    phase.set("groups", Description::list(grouping.groups));
+    phase.set("overrides", Description::list(grouping.overrides, [](const GroupOverride& rule) {
+                  return Description::Table{
+                      {"triple", Description::list(rule.triple)},
+                      {"asymmetric", describe_number(rule.asymmetric)},
+                      {"constant", describe_number(rule.constant)},
+                  };
+              }));
+}
+
+Description describe_polynomials(const std::vector<PolynomialTerm>& terms) {
+    return Description::list(terms, [](const PolynomialTerm& term) {
+        return Description::Table{
+            {"constituents", Description::list(term.constituents)},
+            {"powers", Description::list(term.powers)},
+            {"constant", describe_number(term.constant)},
+            {"coefficients", describe(term.coefficient)},
+        };
+    });
+}
+
 Grouping::Side Grouping::side(std::size_t first, std::size_t second, std::size_t third,
                               std::optional<std::size_t> constant) const {
     for (const GroupOverride& rule : overrides) {

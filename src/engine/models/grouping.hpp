@@ -47,6 +47,11 @@ struct PolynomialTerm {
     friend bool operator==(const PolynomialTerm&, const PolynomialTerm&) = default;
 };
 
+/// Adds "groups" and "overrides": the "triple", what is "asymmetric" and "constant", or nothing.
+void describe_grouping(const Grouping& grouping, Description& phase);
+/// Parameters with their "constituents", "powers", "constant" constituent and "coefficients".
+Description describe_polynomials(const std::vector<PolynomialTerm>& terms);
+
 /// The constituents among which polynomial parameters mix, by equivalents z_i = s_i y_i.
 struct EquivalentMixture {
     const Grouping* grouping;

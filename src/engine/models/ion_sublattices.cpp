@@ -108,4 +108,13 @@ bool IonSublatticeModel::equals(const PhaseModel& other) const {
     return same != nullptr && same->phase_ == phase_;
 }
 
+void IonSublatticeModel::describe(Description& phase) const {
+    describe_sites(phase_.table, phase_.names, phase);
+    phase.set("charges", Description::list(phase_.charges));
+    phase.set("cations", Description::list(phase_.cations));
+    phase.set("anions", Description::list(phase_.anions));
+    describe_grouping(phase_.grouping, phase);
+    phase.set("polynomials", describe_polynomials(phase_.excess));
+}
+
 } // namespace tessara

@@ -43,6 +43,7 @@ public:
     }
     ThermalValue pure_mixing(std::size_t, const TemperatureTerms&) const override { return {}; }
     bool equals(const PhaseModel& other) const override;
+    void describe(Description& phase) const override;
 
     const IonSublatticePhase& phase() const { return phase_; }
 

@@ -596,4 +596,21 @@ bool IonicLiquidModel::equals(const PhaseModel& other) const {
     return same != nullptr && same->phase_ == phase_;
 }
 
+void IonicLiquidModel::describe(Description& phase) const {
+    const std::span<const std::string> names(phase_.names);
+    phase.set("sublattices", Description::List{Description::list(names.first(phase_.cations)),
+                                               Description::list(names.subspan(phase_.cations))});
+    Description::List charges;
+    for (std::size_t c = 0; c < phase_.charges.size(); ++c) {
+        const double sign = c < phase_.cations ? 1.0 : -1.0;
+        charges.emplace_back(phase_.charges[c] == 0.0 ? 0.0 : sign * phase_.charges[c]);
+    }
+    phase.set("charges", std::move(charges));
+    phase.set("members", Description::list(phase_.species, [&](const auto& species) {
+                  return Description::List{describe_number(species.cation),
+                                           species.other - phase_.cations};
+              }));
+    phase.set("interactions", describe_terms(phase_.excess));
+}
+
 } // namespace tessara

@@ -96,6 +96,7 @@ public:
     std::vector<char> reduce(std::vector<char> possible) const override;
     ThermalValue pure_mixing(std::size_t, const TemperatureTerms&) const override { return {}; }
     bool equals(const PhaseModel& other) const override;
+    void describe(Description& phase) const override;
 
     const IonicLiquidPhase& phase() const { return phase_; }
 

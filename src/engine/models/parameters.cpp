@@ -16,6 +16,10 @@ Description describe(const MagneticNumbers& set) {
     return Description::List{set.tc, set.beta};
 }
 
+Description describe_number(std::optional<std::size_t> number) {
+    return number ? Description(*number) : Description();
+}
+
 void describe_magnetism(const MagneticMixture& magnetic, Description& phase) {
     phase.set("lattice",
               Description::List{magnetic.factors.antiferromagnetic, magnetic.factors.structure});

@@ -6,6 +6,7 @@
 #include "engine/models/magnetism.hpp"
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 namespace tessara {
@@ -53,6 +54,9 @@ struct MagneticMixture {
 /// The numbers of a set: six coefficients and those of P and P^2, or Tc and beta.
 Description describe(const ExcessCoefficients& set);
 Description describe(const MagneticNumbers& set);
+
+/// A number, or nothing.
+Description describe_number(std::optional<std::size_t> number);
 
 /// Parameters as a description has them: "constituents", counted from 0, "sets" and "line".
 template <class Coefficients>

@@ -62,4 +62,10 @@ bool PolynomialModel::equals(const PhaseModel& other) const {
     return same != nullptr && same->phase_ == phase_;
 }
 
+void PolynomialModel::describe(Description& phase) const {
+    phase.set("equivalents", Description::list(phase_.equivalents));
+    describe_grouping(phase_.grouping, phase);
+    phase.set("polynomials", describe_polynomials(phase_.excess));
+}
+
 } // namespace tessara

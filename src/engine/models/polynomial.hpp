@@ -32,6 +32,7 @@ public:
     /// Parameters with powers of zero shift the pure constituents.
     ThermalValue pure_mixing(std::size_t constituent, const TemperatureTerms& at) const override;
     bool equals(const PhaseModel& other) const override;
+    void describe(Description& phase) const override;
 
     const PolynomialPhase& phase() const { return phase_; }
 

@@ -550,4 +550,33 @@ bool QuasichemicalModel::equals(const PhaseModel& other) const {
     return same != nullptr && same->phase_ == phase_;
 }
 
+void QuasichemicalModel::describe(Description& phase) const {
+    const auto rows = [](const auto& square) {
+        return Description::list(square, [](const auto& row) { return Description::list(row); });
+    };
+    describe_sites(phase_.table, phase_.names, phase);
+    phase.set("charges", Description::list(phase_.charges));
+    phase.set("pairs", Description::list(phase_.pairs, [](const QuasichemicalPair& pair) {
+                  return Description::List{pair.cations, pair.anions, pair.zeta};
+              }));
+    phase.set("coordinations", Description::list(phase_.coordinations, [&](const auto& listed) {
+                  return Description::Table{
+                      {"quadruplet", rows(listed.first.ions)},
+                      {"numbers", rows(listed.second)},
+                  };
+              }));
+    describe_grouping(phase_.grouping, phase);
+    phase.set(
+        "quadruplet_terms", Description::list(phase_.excess, [&](const QuasichemicalTerm& term) {
+            return Description::Table{
+                {"shape", std::string_view("GQBR").substr(static_cast<std::size_t>(term.shape), 1)},
+                {"quadruplet", rows(term.on.ions)},
+                {"powers", Description::list(term.powers)},
+                {"more_powers", Description::list(term.more_powers)},
+                {"more", Description::list(term.more, describe_number)},
+                {"coefficients", tessara::describe(term.coefficient)},
+            };
+        }));
+}
+
 } // namespace tessara

@@ -135,6 +135,7 @@ public:
                                           std::span<const double> y) const override;
     ThermalValue pure_mixing(std::size_t, const TemperatureTerms&) const override { return {}; }
     bool equals(const PhaseModel& other) const override;
+    void describe(Description& phase) const override;
 
     const QuasichemicalPhase& phase() const { return phase_; }
 

@@ -100,6 +100,24 @@ std::vector<char> SiteTable::reduce(std::vector<char> possible) const {
     return possible;
 }
 
+void describe_sites(const SiteTable& table, std::span<const std::string> names,
+                    Description& phase) {
+    Description::List groups;
+    for (std::size_t s = 0; s < table.sublattices(); ++s) {
+        groups.push_back(Description::list(names.subspan(table.offset(s), table.sizes()[s])));
+    }
+    Description::List members;
+    for (std::size_t k = 0; k < table.end_members(); ++k) {
+        Description::List places;
+        for (std::size_t s = 0; s < table.sublattices(); ++s) {
+            places.emplace_back(table.at(k, s));
+        }
+        members.emplace_back(std::move(places));
+    }
+    phase.set("sublattices", std::move(groups));
+    phase.set("members", std::move(members));
+}
+
 SiteContents site_contents(const SiteTable& table, std::span<const double> contents,
                            std::size_t width) {
     const std::size_t sublattices = table.sublattices();

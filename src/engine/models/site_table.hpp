@@ -1,8 +1,11 @@
 #pragma once
 
+#include "engine/data/description.hpp"
+
 #include <cstddef>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace tessara {
@@ -48,6 +51,10 @@ private:
     std::vector<std::size_t> offsets_{0};
     std::vector<std::size_t> by_place_; ///< end members by their constituents, the last fastest
 };
+
+/// Adds "sublattices", the names on each, and "members", for each end member the numbers of its
+/// constituents within their sublattices.
+void describe_sites(const SiteTable& table, std::span<const std::string> names, Description& phase);
 
 /// What each constituent of the sites holds, so that an end member holds the sum of its own:
 /// a row of `width` numbers for each running number. Where end members share something the choice

@@ -193,26 +193,8 @@ bool SublatticeModel::equals(const PhaseModel& other) const {
 }
 
 void SublatticeModel::describe(Description& phase) const {
-    const SiteTable& table = phase_.table;
-    Description::List groups;
-    for (std::size_t s = 0; s < table.sublattices(); ++s) {
-        Description::List names;
-        for (std::size_t c = 0; c < table.sizes()[s]; ++c) {
-            names.emplace_back(phase_.names[table.offset(s) + c]);
-        }
-        groups.emplace_back(std::move(names));
-    }
-    Description::List members;
-    for (std::size_t k = 0; k < table.end_members(); ++k) {
-        Description::List places;
-        for (std::size_t s = 0; s < table.sublattices(); ++s) {
-            places.emplace_back(table.at(k, s));
-        }
-        members.emplace_back(std::move(places));
-    }
     phase.set("sites", Description::list(phase_.sites));
-    phase.set("sublattices", std::move(groups));
-    phase.set("members", std::move(members));
+    describe_sites(phase_.table, phase_.names, phase);
     phase.set("interactions", describe_terms(phase_.excess));
     if (phase_.magnetic) {
         describe_magnetism(*phase_.magnetic, phase);

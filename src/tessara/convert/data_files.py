@@ -14,12 +14,20 @@ from tessara.convert.report import ConversionError, Report
 from tessara.convert.system import (
     GIBBS_TERMS,
     Component,
+    Groups,
     IdealPhase,
     Interaction,
+    IonicLiquid,
+    IonPhase,
     LatticeFactors,
     MagneticMoment,
+    Override,
     Phase,
+    Polynomial,
+    PolynomialPhase,
     PurePhase,
+    QuadrupletTerm,
+    QuasichemicalPhase,
     RedlichKisterPhase,
     Species,
     SublatticePhase,
@@ -175,6 +183,11 @@ def _interactions(terms: list[Plain]) -> Iterator[Interaction]:
         yield Interaction(tuple(term["constituents"]), tuple(sets))
 
 
+def _coefficients(term: Plain) -> tuple[float, ...]:
+    numbers = tuple(term["coefficients"])
+    return numbers if any(numbers[GIBBS_TERMS:]) else numbers[:GIBBS_TERMS]
+
+
 def _ideal(phase: Plain, report: Report) -> IdealPhase:
     return IdealPhase(phase["name"], _plain_species(phase, report))
 
@@ -202,6 +215,99 @@ def _sublattices(phase: Plain, report: Report) -> SublatticePhase:
     )
 
 
+def _groups(phase: Plain) -> Groups:
+    return Groups(
+        tuple(phase["groups"]),
+        tuple(
+            Override((*rule["triple"],), rule["asymmetric"], rule["constant"])
+            for rule in phase["overrides"]
+        ),
+    )
+
+
+def _polynomials(phase: Plain) -> tuple[Polynomial, ...]:
+    return tuple(
+        Polynomial(
+            tuple(term["constituents"]),
+            tuple(term["powers"]),
+            _coefficients(term),
+            term["constant"],
+        )
+        for term in phase["polynomials"]
+    )
+
+
+def _pairs(values: list[list[Any]]) -> tuple[Any, ...]:
+    return tuple((first, second) for first, second, *_ in values)
+
+
+def _names(phase: Plain) -> tuple[tuple[str, ...], tuple[str, ...]]:
+    first, second = phase["sublattices"]
+    return tuple(first), tuple(second)
+
+
+def _polynomial_phase(phase: Plain, report: Report) -> PolynomialPhase:
+    return PolynomialPhase(
+        phase["name"],
+        _plain_species(phase, report),
+        tuple(phase["equivalents"]),
+        _groups(phase),
+        _polynomials(phase),
+    )
+
+
+def _ion_phase(phase: Plain, report: Report) -> IonPhase:
+    return IonPhase(
+        phase["name"],
+        _plain_species(phase, report),
+        _names(phase),
+        tuple(phase["charges"]),
+        _pairs(phase["members"]),
+        tuple(zip(phase["cations"], phase["anions"], strict=True)),
+        _groups(phase),
+        _polynomials(phase),
+    )
+
+
+def _ionic_liquid(phase: Plain, report: Report) -> IonicLiquid:
+    return IonicLiquid(
+        phase["name"],
+        _plain_species(phase, report),
+        _names(phase),
+        tuple(phase["charges"]),
+        _pairs(phase["members"]),
+        tuple(_interactions(phase["interactions"])),
+    )
+
+
+def _quasichemical(phase: Plain, report: Report) -> QuasichemicalPhase:
+    return QuasichemicalPhase(
+        name=phase["name"],
+        species=_plain_species(phase, report),
+        half=phase["model"] == "SUBQ",
+        ions=_names(phase),
+        charges=tuple(phase["charges"]),
+        members=_pairs(phase["members"]),
+        moles=_pairs(phase["pairs"]),
+        zeta=tuple(zeta for _, _, zeta in phase["pairs"]),
+        coordinations=tuple(
+            (tuple(map(tuple, one["quadruplet"])), tuple(map(tuple, one["numbers"])))
+            for one in phase["coordinations"]
+        ),
+        groups=_groups(phase),
+        terms=tuple(
+            QuadrupletTerm(
+                term["shape"],
+                _pairs(term["quadruplet"]),
+                (*term["powers"], *term["more_powers"]),
+                (*term["more"],),
+                _coefficients(term),
+            )
+            for term in phase["quadruplet_terms"]
+        ),
+    )
+
+
 def _used(phase: Plain, key: str, report: Report) -> Iterator[Interaction]:
     """Give the interactions of a solution without the sets that nothing uses."""
     for term, one in zip(phase[key], _interactions(phase[key]), strict=True):
@@ -222,14 +328,19 @@ _PHASE_MAKERS: dict[str, Callable[[Plain, Report], Phase]] = {
     "IDMX": _ideal,
     "RKMP": _solution,
     "RKMPM": _solution,
+    "QKTO": _polynomial_phase,
     "SUBL": _sublattices,
     "SUBLM": _sublattices,
+    "SUBM": _ion_phase,
+    "SUBI": _ionic_liquid,
+    "SUBG": _quasichemical,
+    "SUBQ": _quasichemical,
 }
 
 
 def _mixture(phase: Plain, report: Report) -> Phase:
     make = _PHASE_MAKERS.get(phase["model"])
-    if make is None or "interactions" not in phase:
+    if make is None:
         raise ConversionError(
             f"phase {phase['name']!r} has the model {phase['model']}, which cannot be converted"
             f" (those that can: {', '.join(_PHASE_MAKERS)})",

@@ -15,12 +15,20 @@ from itertools import pairwise, product
 __all__ = [
     "LN_T",
     "Component",
+    "Groups",
     "IdealPhase",
     "Interaction",
+    "IonPhase",
+    "IonicLiquid",
     "LatticeFactors",
     "MagneticMoment",
+    "Override",
     "Phase",
+    "Polynomial",
+    "PolynomialPhase",
     "PurePhase",
+    "QuadrupletTerm",
+    "QuasichemicalPhase",
     "RedlichKisterPhase",
     "Species",
     "SublatticePhase",
@@ -308,7 +316,208 @@ class SublatticePhase:
             raise ValueError(f"{what}: each combination needs one end member")
 
 
-Phase = IdealPhase | RedlichKisterPhase | SublatticePhase
+@dataclass(frozen=True, slots=True)
+class Override:
+    """How one triple of constituents is extended from its binaries, against the rule by groups.
+
+    `asymmetric` is the one that differs from the other two, or none; `constant` a constituent of
+    the other sublattice. All are counted from 0, through the sublattices if there are any.
+    """
+
+    triple: tuple[int, int, int]
+    asymmetric: int | None = None
+    constant: int | None = None
+
+    def __post_init__(self) -> None:
+        if self.asymmetric is not None and self.asymmetric not in self.triple:
+            raise ValueError(f"override on {self.triple}: {self.asymmetric} is none of the three")
+
+
+@dataclass(frozen=True, slots=True)
+class Groups:
+    """The chemical group of each constituent, and what does not follow from groups."""
+
+    numbers: tuple[int, ...]
+    overrides: tuple[Override, ...] = ()
+
+    def check(self, what: str, count: int) -> None:
+        """Raise `ValueError` unless they fit so many constituents."""
+        if len(self.numbers) != count:
+            raise ValueError(f"{what}: {len(self.numbers)} groups for {count} constituents")
+        for rule in self.overrides:
+            named = (*rule.triple, *(() if rule.constant is None else (rule.constant,)))
+            _check_places(what, named, count)
+
+
+@dataclass(frozen=True, slots=True)
+class Polynomial:
+    """A parameter on two or three constituents with their powers.
+
+    `constant` is the constituent of the other sublattice that it is for, where there is one.
+    """
+
+    constituents: tuple[int, ...]
+    powers: tuple[int, ...]
+    coefficients: tuple[float, ...]
+    constant: int | None = None
+
+    def check(self, what: str, count: int) -> None:
+        """Raise `ValueError` unless a phase of so many constituents can have it."""
+        if len(self.constituents) not in (2, 3) or len(self.powers) != len(self.constituents):
+            raise ValueError(
+                f"{what}: a parameter is on 2 or 3 constituents, with a power for each"
+            )
+        _check_places(what, self.constituents, count)
+        _check_coefficients(what, self.coefficients)
+
+
+@dataclass(frozen=True, slots=True)
+class PolynomialPhase:
+    """A solution with polynomials in equivalent fractions, after Kohler or Toop.
+
+    `equivalents` holds the equivalents in a mole of each species.
+    """
+
+    name: str
+    species: tuple[Species, ...]
+    equivalents: tuple[float, ...]
+    groups: Groups
+    polynomials: tuple[Polynomial, ...] = ()
+
+    def __post_init__(self) -> None:
+        _check_mixture(self.name, self.species, magnetic=False)
+        what = f"phase {self.name!r}"
+        _check_positive(what, "equivalents", self.equivalents, len(self.species))
+        self.groups.check(what, len(self.species))
+        for term in self.polynomials:
+            term.check(what, len(self.species))
+
+
+@dataclass(frozen=True, slots=True)
+class IonPhase:
+    """Cations and anions on a sublattice each, with polynomials in equivalent fractions.
+
+    The species are the pairs: `members` has cation and anion of each, `moles` how much of them.
+    `charges` are absolute values, of cations, then anions, as are groups and what parameters name.
+    """
+
+    name: str
+    species: tuple[Species, ...]
+    ions: tuple[tuple[str, ...], tuple[str, ...]]
+    charges: tuple[float, ...]
+    members: tuple[tuple[int, int], ...]
+    moles: tuple[tuple[float, float], ...]
+    groups: Groups
+    polynomials: tuple[Polynomial, ...] = ()
+
+    def __post_init__(self) -> None:
+        _check_mixture(self.name, self.species, magnetic=False)
+        what = f"phase {self.name!r}"
+        count = _check_ions(what, self.ions, self.charges, self.members, self.species)
+        _check_positive(what, "moles of ions", sum(self.moles, ()), 2 * len(self.species))
+        self.groups.check(what, count)
+        for term in self.polynomials:
+            term.check(what, count)
+
+
+@dataclass(frozen=True, slots=True)
+class IonicLiquid:
+    """The two-sublattice ionic liquid.
+
+    `charges` are those of the cations, then of the second sublattice: negative for anions and the
+    vacancy, 0 for neutrals. `members` has cation and other constituent of each species, no cation
+    for a neutral, which is a species once, per mole.
+    """
+
+    name: str
+    species: tuple[Species, ...]
+    sites: tuple[tuple[str, ...], tuple[str, ...]]
+    charges: tuple[float, ...]
+    members: tuple[tuple[int | None, int], ...]
+    interactions: tuple[Interaction, ...] = ()
+
+    def __post_init__(self) -> None:
+        _check_mixture(self.name, self.species, magnetic=False)
+        what = f"phase {self.name!r}"
+        cations, others = map(len, self.sites)
+        for name in (*self.sites[0], *self.sites[1]):
+            _check_name(f"{what}: constituent", name)
+        if len(self.charges) != cations + others or not all(map(math.isfinite, self.charges)):
+            raise ValueError(f"{what}: each constituent needs a charge")
+        wanted = set()
+        for other, charge in enumerate(self.charges[cations:]):
+            wanted |= {(None if charge == 0.0 else cation, other) for cation in range(cations)}
+        if set(self.members) != wanted or len(self.members) != len(wanted):
+            raise ValueError(f"{what}: each pair and each neutral needs one species")
+        if len(self.species) != len(self.members):
+            raise ValueError(f"{what}: {len(self.members)} pairs for {len(self.species)} species")
+        for interaction in self.interactions:
+            interaction.check(cations + others, EXCESS_TERMS)
+
+
+@dataclass(frozen=True, slots=True)
+class QuadrupletTerm:
+    """A parameter of a quasichemical phase.
+
+    `shape` is its letter, `quadruplet` two cations and two anions, `powers` those of the two that
+    mix and of an additional cation and anion; `additional` is that cation or anion. Ions are
+    counted from 0 within their sublattices.
+    """
+
+    shape: str
+    quadruplet: tuple[tuple[int, int], tuple[int, int]]
+    powers: tuple[int, int, int, int]
+    additional: tuple[int | None, int | None]
+    coefficients: tuple[float, ...]
+
+
+@dataclass(frozen=True, slots=True)
+class QuasichemicalPhase:
+    """The modified quasichemical model in the quadruplet approximation.
+
+    The species are the pairs: `members` has cation and anion of each, `moles` how much of them,
+    `zeta` the quadruplets that hold it. With `half` (SUBQ) each pair has a zeta of its own.
+    `coordinations` are the numbers listed: a quadruplet and those of its ions in their order.
+    """
+
+    name: str
+    species: tuple[Species, ...]
+    half: bool
+    ions: tuple[tuple[str, ...], tuple[str, ...]]
+    charges: tuple[float, ...]
+    members: tuple[tuple[int, int], ...]
+    moles: tuple[tuple[float, float], ...]
+    zeta: tuple[float, ...]
+    coordinations: tuple[tuple[tuple[tuple[int, ...], ...], tuple[tuple[float, ...], ...]], ...]
+    groups: Groups
+    terms: tuple[QuadrupletTerm, ...] = ()
+
+    def __post_init__(self) -> None:
+        _check_mixture(self.name, self.species, magnetic=False)
+        what = f"phase {self.name!r}"
+        count = _check_ions(what, self.ions, self.charges, self.members, self.species)
+        _check_positive(what, "moles of ions", sum(self.moles, ()), 2 * len(self.species))
+        _check_positive(what, "zeta", self.zeta, len(self.species))
+        if not self.half and len(set(self.zeta)) > 1:
+            raise ValueError(f"{what}: all pairs have one zeta")
+        self.groups.check(what, count)
+        for term in self.terms:
+            if term.shape not in ("G", "Q", "B", "R"):
+                raise ValueError(f"{what}: a parameter of shape {term.shape!r}")
+            for sublattice, pair in enumerate(term.quadruplet):
+                _check_places(what, set(pair), len(self.ions[sublattice]))
+            _check_coefficients(what, term.coefficients)
+
+
+Phase = (
+    IdealPhase
+    | RedlichKisterPhase
+    | SublatticePhase
+    | PolynomialPhase
+    | IonPhase
+    | IonicLiquid
+    | QuasichemicalPhase
+)
 """A mixture phase of one of the models known here."""
 
 
@@ -328,6 +537,43 @@ def _check_interactions(
         raise ValueError(f"phase {phase.name!r}: {error}") from None
     if phase.lattice is None and phase.magnetic_interactions:
         raise ValueError(f"phase {phase.name!r}: magnetic interactions without lattice factors")
+
+
+def _check_places(what: str, places: Iterable[int], count: int) -> None:
+    places = tuple(places)
+    if len(set(places)) != len(places) or not all(0 <= place < count for place in places):
+        raise ValueError(f"{what}: {places} are not different numbers below {count}")
+
+
+def _check_coefficients(what: str, numbers: Sequence[float]) -> None:
+    if len(numbers) not in EXCESS_TERMS:
+        raise ValueError(f"{what}: a parameter has {len(numbers)} coefficients")
+    _check_finite(what, numbers)
+
+
+def _check_positive(what: str, of: str, numbers: Sequence[float], count: int) -> None:
+    if len(numbers) != count:
+        raise ValueError(f"{what}: {len(numbers)} numbers for the {of} instead of {count}")
+    if not all(math.isfinite(number) and number > 0 for number in numbers):
+        raise ValueError(f"{what}: one of the {of} is not above 0")
+
+
+def _check_ions(
+    what: str,
+    ions: tuple[tuple[str, ...], tuple[str, ...]],
+    charges: Sequence[float],
+    members: Sequence[tuple[int, int]],
+    species: Sequence[Species],
+) -> int:
+    """Check cations and anions and their pairs; give the number of ions."""
+    for name in (*ions[0], *ions[1]):
+        _check_name(f"{what}: ion", name)
+    count = sum(map(len, ions))
+    _check_positive(what, "charges", charges, count)
+    combinations = set(product(*(range(len(names)) for names in ions)))
+    if not len(members) == len(species) == len(combinations) or set(members) != combinations:
+        raise ValueError(f"{what}: each pair of ions needs one species")
+    return count
 
 
 def _check_mixture(name: str, species: Sequence[Species], *, magnetic: bool) -> None:

@@ -10,7 +10,7 @@ import re
 import textwrap
 from collections.abc import Iterable, Iterator, Sequence
 from dataclasses import replace
-from typing import Final
+from typing import Final, TypeGuard
 
 from tessara.convert.report import ConversionError, Report
 from tessara.convert.system import (
@@ -18,9 +18,14 @@ from tessara.convert.system import (
     LN_T,
     IdealPhase,
     Interaction,
+    IonicLiquid,
+    IonPhase,
     LatticeFactors,
     Phase,
+    PolynomialPhase,
     PurePhase,
+    QuasichemicalPhase,
+    RedlichKisterPhase,
     Species,
     SublatticePhase,
     System,
@@ -38,6 +43,15 @@ CODES: Final = "ABCDEFGHIJKLMNOPQRSTUVWXYZ"
 PLAIN_CODE: Final = "%"
 VACANCY: Final = "VA"
 TOLERANCE: Final = 1e-6
+
+Written = IdealPhase | RedlichKisterPhase | SublatticePhase
+"""What a TDB file has a form for."""
+MODELS_WITHOUT_FORM: Final[dict[type, str]] = {
+    PolynomialPhase: "polynomials after Kohler and Toop (QKTO)",
+    IonPhase: "cations and anions with polynomials (SUBM)",
+    IonicLiquid: "ionic liquids (SUBI)",
+    QuasichemicalPhase: "quasichemical phases (SUBG, SUBQ)",
+}
 
 _TERMS: Final = ("", "*T", "*T*LN(T)", "*T**2", "*T**3", "*T**(-1)")
 _PRESSURE_TERMS: Final = ("*1E-05*P", "*1E-10*P**2")
@@ -69,7 +83,11 @@ class _Writer:
 
     def text(self) -> str:
         system = self._system
-        blocks = [list(self._phase(phase)) for phase in self._once(system.mixtures())]
+        blocks = [
+            list(self._phase(phase))
+            for phase in self._once(system.mixtures())
+            if self._has_form(phase)
+        ]
         blocks += [list(self._pure(pure)) for pure in system.pure if not pure.dummy]
         for pure in system.pure:
             if pure.dummy:
@@ -81,6 +99,14 @@ class _Writer:
         for block in blocks:
             lines += ["", *block]
         return "\n".join(lines) + "\n"
+
+    def _has_form(self, phase: Phase) -> TypeGuard[Written]:
+        """Tell whether a TDB file can hold the phase; what it cannot is told."""
+        if isinstance(phase, Written):
+            return True
+        model = MODELS_WITHOUT_FORM[type(phase)]
+        self._report.loss(f"phase {phase.name!r}", f"a TDB file has no form for {model}; left out")
+        return False
 
     def _remark(self) -> Iterator[str]:
         for paragraph in self._system.remark:
@@ -183,7 +209,7 @@ class _Writer:
 
     # Phases ---------------------------------------------------------------------------------------
 
-    def _phase(self, phase: Phase) -> Iterator[str]:
+    def _phase(self, phase: Written) -> Iterator[str]:
         gas = phase is self._system.gas
         name = self._plain(phase.name, "phase", self._phases)
         if isinstance(phase, SublatticePhase):
@@ -228,7 +254,7 @@ class _Writer:
             f"CONSTITUENT {name}{kind} :{' :'.join(', '.join(group) for group in groups)} : !", " "
         )
 
-    def _check_distinct(self, phase: Phase, names: Sequence[str]) -> None:
+    def _check_distinct(self, phase: Written, names: Sequence[str]) -> None:
         for name in names:
             if names.count(name) > 1:
                 raise ConversionError(

@@ -39,6 +39,11 @@ class Subint(int):
     pass
 
 
+class Undecided:
+    def __bool__(self):
+        raise LookupError("bool")
+
+
 # Counting.
 
 
@@ -356,7 +361,85 @@ def test_int_method_that_gives_a_subclass_is_deprecated(friendly, library):
             friendly.EquilibriumCalculation.remove_eq_condition(Intlike(Subint(4)))
 
 
+# Declared types: bool.
+
+
+@pytest.mark.parametrize(
+    ("given", "operation"),
+    [
+        *[(given, "hxmap") for given in (False, None, 0, 0.0, "", [])],
+        *[(given, "hxmapl") for given in (True, 1, -0.5, "False", [0], object(), float("nan"))],
+    ],
+)
+def test_bool_is_the_truth_value_of_any_object(friendly, loaded, given, operation):
+    friendly.PhaseMapCalculation.calculate_ph_txs_T(1, 2, given)
+    assert {call[0] for call in loaded.of("hxmap", "hxmapl")} == {operation}
+
+
+def test_bool_fails_as_the_truth_value_does(friendly, library):
+    with pytest.raises(LookupError, match="bool"):
+        friendly.PhaseMapCalculation.calculate_ph_txs_T(1, 2, Undecided())
+    assert library.calls == []
+
+
+# Declared types: str and list.
+
+
+@pytest.mark.parametrize(
+    ("given", "kind"),
+    [(3, "int"), (b"ore", "bytes"), (type("Own", (str,), {})("ore"), "Own"), (["ore"], "list")],
+)
+@pytest.mark.parametrize("name", ["get_st_Cp", "get_st_H", "get_st_S", "get_st_G", "get_st_V"])
+def test_str_is_str_alone(friendly, library, name, given, kind):
+    with pytest.raises(TypeError) as failure:
+        getattr(friendly.StreamCalculation, name)(given)
+    text = f"Argument 'name' has incorrect type (expected str, got {kind})"
+    assert str(failure.value) == text
+    assert library.calls == []
+
+
+@pytest.mark.parametrize(
+    ("given", "kind"),
+    [((), "tuple"), ("GAS", "str"), ({}, "dict"), (type("Own", (list,), {})(), "Own")],
+)
+@pytest.mark.parametrize(
+    ("owner", "name"),
+    [
+        ("EquilibriumCalculation", "calculate_eq_IA"),
+        ("PhaseMapCalculation", "calculate_ph_txs_IA"),
+        ("StreamCalculation", "calculate_eq_IA"),
+    ],
+)
+def test_list_is_list_alone(friendly, library, owner, name, given, kind):
+    with pytest.raises(TypeError) as failure:
+        getattr(getattr(friendly, owner), name)(given)
+    text = f"Argument 'IA_ranges' has incorrect type (expected list, got {kind})"
+    assert str(failure.value) == text
+    assert library.calls == []
+
+
+def test_none_passes_for_a_str_and_for_a_list(friendly, library, core):
+    friendly.StreamCalculation.get_st_H(None)
+    assert library.calls == [("hxstxp", None, core.StreamVariable.H)]
+    with pytest.raises(TypeError) as failure:
+        friendly.EquilibriumCalculation.calculate_eq_IA(None)
+    assert "incorrect type" not in str(failure.value)
+
+
 # Order.
+
+
+def test_numbers_and_truth_values_are_converted_before_types_are_tested(friendly, library):
+    with pytest.raises(TypeError, match="must be real number, not str"):
+        friendly.StreamCalculation.create_st(3, "x", 1.0)
+    with pytest.raises(LookupError, match="bool"):
+        friendly.EquilibriumCalculation.calculate_eq_IA((), Undecided())
+    assert library.calls == []
+
+
+def test_types_are_tested_in_the_order_of_the_signature(friendly):
+    with pytest.raises(TypeError, match="Argument 'cfs' has incorrect type"):
+        friendly.EquilibriumCalculation.set_IA_cfs(values=(), cfs=())
 
 
 def test_count_and_names_come_before_conversions(friendly):

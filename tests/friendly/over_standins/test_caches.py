@@ -1,6 +1,6 @@
 """`_build_cache`, and the resolution of names and indexes through what it builds."""
 
-import gc
+from fractions import Fraction
 
 import pytest
 
@@ -11,16 +11,6 @@ NOT_USABLE = "This data file cannot be used with Tessara for Python."
 def system(friendly, dat):
     friendly.ThermochemicalSystem.current_file_path = dat
     return friendly.ThermochemicalSystem
-
-
-def root():
-    """The root of the caches, which no name leads to."""
-    (found,) = [
-        thing
-        for thing in gc.get_objects()
-        if type(thing) is dict and list(thing) in (["scs"], ["scs", "phs"])
-    ]
-    return found
 
 
 # The walk.
@@ -198,140 +188,179 @@ def test_two_phases_may_have_constituents_of_one_name(friendly, library, system)
 # What the caches hold.
 
 
-def test_root_holds_the_two_caches(loaded):
-    assert list(root()) == ["scs", "phs"]
-    assert type(root()["scs"]) is type(root()["phs"]) is dict
+def fractions(system, ph, pc):
+    """The mass fractions of a constituent, as they are under indexes and under names."""
+    scs = system.get_name_scs()
+    by_index = [system.get_y_sc_pc(ph, pc, i) for i in range(len(scs))]
+    by_name = [system.get_y_sc_pc(ph, pc, name) for name in scs]
+    assert all(one is other for one, other in zip(by_index, by_name, strict=True))
+    return by_index
 
 
-def test_component_cache_holds_entries_under_index_and_name(loaded):
-    cache = root()["scs"]
-    assert list(cache) == ["count", 0, "Fe", 1, "O", 2, "C"]
-    assert cache["count"] == 3
-    assert all(cache[i] is cache[name] for i, name in enumerate(["Fe", "O", "C"]))
-    assert list(cache["O"].items()) == [
-        ("index", 1),
-        ("name", "O"),
-        ("stoich", [0.0, 1.0, 0.0]),
-        ("mm", 0.015999),
-        ("mm_g", 15.999),
-    ]
+def test_component_is_the_same_under_index_and_name(friendly, loaded):
+    system = friendly.ThermochemicalSystem
+    for sc in (1, "O"):
+        assert system.get_index_sc(sc) == 1
+        assert system.get_name_sc(sc) == "O"
+        assert system.get_stoich_sc(sc) == [0.0, 1.0, 0.0]
+        assert system.get_mm_sc(sc) == 0.015999
 
 
-def test_component_entry_holds_the_very_objects_of_the_library(loaded):
-    entry, known = root()["scs"]["C"], loaded.scs[2]
-    assert entry["name"] is known.name
-    assert entry["stoich"] is known.stoich
-    assert entry["mm"] is known.mm
-    assert entry["mm_g"] is known.mm_g
+def test_component_has_the_very_objects_of_the_library(friendly, loaded):
+    system, known = friendly.ThermochemicalSystem, loaded.scs[2]
+    assert system.get_name_sc("C") is known.name
+    assert system.get_mm_sc("C") is known.mm
 
 
-def test_phase_cache_holds_entries_under_index_and_name(loaded):
-    cache = root()["phs"]
-    assert list(cache) == ["count", "names", 0, "GAS", 1, "LIQUID", 2, "Fe2O3"]
-    assert cache["count"] == 3
-    assert cache["names"] == ["GAS", "LIQUID", "Fe2O3"]
-    assert all(cache[i] is cache[name] for i, name in enumerate(cache["names"]))
-    entry = cache["LIQUID"]
-    assert list(entry) == ["index", "name", "model", "pcs"]
-    assert (entry["index"], entry["name"], entry["model"]) == (1, "LIQUID", "RKMP")
+def test_phase_is_the_same_under_index_and_name(friendly, loaded, core):
+    system = friendly.ThermochemicalSystem
+    assert system.get_name_phs() == ["GAS", "LIQUID", "Fe2O3"]
+    for ph in (1, "LIQUID"):
+        assert system.get_index_ph(ph) == 1
+        assert system.get_name_ph(ph) == "LIQUID"
+        assert system.get_model_ph(ph) is core.SolutionModel.RKMP
 
 
-def test_constituent_cache_holds_entries_under_index_and_name(loaded):
-    cache = root()["phs"]["GAS"]["pcs"]
-    assert list(cache) == ["count", 0, "CO", 1, "CO2", 2, "O2"]
-    assert cache["count"] == 3
-    assert all(cache[i] is cache[name] for i, name in enumerate(["CO", "CO2", "O2"]))
-    entry = cache["CO2"]
-    assert list(entry) == ["index", "name", "stoich", "mm", "y_scs"]
-    assert (entry["index"], entry["name"], entry["mm"]) == (1, "CO2", 0.044009)
+def test_constituent_is_the_same_under_index_and_name(friendly, loaded):
+    system = friendly.ThermochemicalSystem
+    assert system.get_name_pcs_in_ph("GAS") == ["CO", "CO2", "O2"]
+    for pc in (1, "CO2"):
+        assert system.get_index_pc("GAS", pc) == 1
+        assert system.get_name_pc("GAS", pc) == "CO2"
+        assert system.get_mm_pc("GAS", pc) == 0.044009
 
 
-def test_composition_of_a_constituent_stands_under_index_and_name(loaded):
-    entry = root()["phs"]["GAS"]["pcs"]["CO2"]
-    assert list(entry["stoich"].items()) == [
-        *[(0, 0.0), ("Fe", 0.0)],
-        *[(1, 2.0), ("O", 2.0)],
-        *[(2, 1.0), ("C", 1.0)],
-    ]
+def test_composition_of_a_constituent_stands_under_index_and_name(friendly, loaded):
+    system = friendly.ThermochemicalSystem
+    assert system.get_stoich_pc("GAS", "CO2") == [0.0, 2.0, 1.0]
     carbon, oxygen = 0.012011 * 1.0 / 0.044009, 0.015999 * 2.0 / 0.044009
-    assert list(entry["y_scs"].items()) == [
-        *[(0, 0.0), ("Fe", 0.0)],
-        *[(1, oxygen), ("O", oxygen)],
-        *[(2, carbon), ("C", carbon)],
-    ]
-    assert entry["y_scs"][1] is entry["y_scs"]["O"]
+    assert fractions(system, "GAS", "CO2") == [0.0, oxygen, carbon]
 
 
 def test_mass_fractions_of_other_numbers_are_python_s(system, library):
-    from fractions import Fraction
-
     library.scs[1].mm = Fraction(16)
     library.phs[0].pcs[2].mm = 32
     library.phs[0].pcs[2].stoich = [0, 2, 0.0]
     system._build_cache()
-    entry = root()["phs"]["GAS"]["pcs"]["O2"]
-    assert entry["y_scs"]["O"] == Fraction(1)
-    assert type(entry["y_scs"]["O"]) is Fraction
-    assert entry["y_scs"]["Fe"] == 0.0
+    iron, oxygen, carbon = fractions(system, "GAS", "O2")
+    assert (oxygen, type(oxygen)) == (Fraction(1), Fraction)
+    assert (iron, carbon) == (0.0, 0.0)
+
+
+class Text(str):
+    __slots__ = ()
+
+
+class Real(float):
+    pass
+
+
+class Row(list):
+    pass
+
+
+@pytest.mark.parametrize("spoil", [int, Real, Fraction], ids=["int", "own float", "fraction"])
+@pytest.mark.parametrize("of", ["component", "constituent", "coefficients"])
+def test_numbers_of_any_kind_give_the_mass_fractions_of_floats(system, library, of, spoil):
+    library.scs[1].mm, library.scs[2].mm = 16.0, 12.0
+    co2 = library.phs[0].pcs[1]
+    co2.mm = 44.0
+    if of == "component":
+        library.scs[1].mm = spoil(16)
+    elif of == "constituent":
+        co2.mm = spoil(44)
+    else:
+        co2.stoich = [spoil(0), spoil(2), spoil(1)]
+    system._build_cache()
+    assert fractions(system, "GAS", "CO2") == pytest.approx([0.0, 32 / 44, 12 / 44], rel=1e-15)
+    stoichiometry = system.get_stoich_pc("GAS", "CO2")
+    assert stoichiometry == [0, 2, 1]
+    assert {type(value) for value in stoichiometry} == (
+        {spoil} if of == "coefficients" else {float}
+    )
+
+
+def test_names_of_a_class_of_their_own_are_keys(system, library):
+    for sc in library.scs:
+        sc.name = Text(sc.name)
+    system._build_cache()
+    assert type(system.get_name_sc("O")) is Text
+    assert system.get_stoich_pc("GAS", "CO2") == [0.0, 2.0, 1.0]
+    assert fractions(system, "GAS", "CO2")[1] == 0.015999 * 2.0 / 0.044009
+
+
+@pytest.mark.parametrize("make", [tuple, Row, lambda values: [*values, 7.0]])
+def test_coefficients_may_be_any_sequence_that_is_long_enough(system, library, make):
+    library.phs[0].pcs[1].stoich = make([0.0, 2.0, 1.0])
+    system._build_cache()
+    assert system.get_stoich_pc("GAS", "CO2") == [0.0, 2.0, 1.0]
 
 
 @pytest.mark.parametrize("mm", [0.0, -1.0, float("nan"), 0])
 def test_constituent_without_molar_mass_has_mass_fractions_of_zero(system, library, mm):
     library.phs[0].pcs[1].mm = mm
     system._build_cache()
-    fractions = root()["phs"]["GAS"]["pcs"]["CO2"]["y_scs"]
-    assert set(fractions.values()) == {0.0}
-    assert len(fractions) == 6
+    assert fractions(system, "GAS", "CO2") == [0.0, 0.0, 0.0]
 
 
 def test_empty_system_leaves_the_counts(system, library):
     library.scs, library.phs = [], []
     system._build_cache()
-    assert root() == {"scs": {"count": 0}, "phs": {"count": 0, "names": []}}
+    assert (system.get_count_scs(), system.get_count_phs()) == (0, 0)
+    assert system.get_name_phs() == []
 
 
 def test_no_components_leave_compositions_empty(system, library):
     library.scs = []
     system._build_cache()
-    assert root()["scs"] == {"count": 0}
-    entry = root()["phs"]["GAS"]["pcs"]["CO2"]
-    assert (entry["stoich"], entry["y_scs"]) == ({}, {})
+    assert system.get_count_scs() == 0
+    assert system.get_stoich_pc("GAS", "CO2") == []
+    with pytest.raises(KeyError):
+        system.get_y_sc_pc("GAS", "CO2", 0)
 
 
-def test_change_of_the_unit_changes_mm_and_not_mm_g(friendly, loaded, core):
-    before = {name: dict(root()["scs"][name]) for name in ("Fe", "O", "C")}
-    loaded.units[core.Quantity.Amount] = core.AmountUnit.gram
-    friendly.ThermochemicalSystem._update()
-    cache = root()["scs"]
-    assert [cache[name]["mm"] for name in before] == [55.845, 15.999, 12.011]
-    assert [cache[name]["mm_g"] for name in before] == [55.845, 15.999, 12.011]
-    loaded.units[core.Quantity.Amount] = core.AmountUnit.kg
-    friendly.ThermochemicalSystem._update()
-    assert {name: dict(root()["scs"][name]) for name in before} == before
+class IronOxide:
+    """A formula of which half the amount is of each component."""
+
+    def __init__(self, name, amount):
+        self.scs_A = {"Fe": amount, "O": amount}
 
 
-def test_a_rebuild_makes_new_dicts_and_leaves_the_old_ones(friendly, loaded):
-    old = root()["scs"]
-    entry = dict(old["Fe"])
-    loaded.scs[0].name = "Mn"
-    friendly.ThermochemicalSystem._update()
-    assert root()["scs"] is not old
-    assert list(old) == ["count", 0, "Fe", 1, "O", 2, "C"]
-    assert old["Fe"] == entry
-    assert "Mn" in root()["scs"]
+def test_change_of_the_unit_changes_mm_and_not_mm_g(friendly, loaded, core, monkeypatch):
+    monkeypatch.setattr(friendly, "ChemicalFormulaIncomingAmountState", IronOxide)
+    system, shares = friendly.ThermochemicalSystem, []
+    for unit, factor in [("kg", 1.0), ("gram", 1000.0), ("kg", 1.0)]:
+        loaded.units[core.Quantity.Amount] = core.AmountUnit[unit]
+        system._update()
+        assert system.get_mm_scs() == pytest.approx(
+            [0.055845 * factor, 0.015999 * factor, 0.012011 * factor]
+        )
+        # Formulas are worked out with the molar masses in gram.
+        loaded.calls.clear()
+        friendly.EquilibriumCalculation.set_IA_cfs(["FeO"], [1.0])
+        shares.append([call[-1] for call in loaded.of("hxsetc")])
+    iron, oxygen = 55.845 / (55.845 + 15.999), 15.999 / (55.845 + 15.999)
+    assert shares == [[pytest.approx(iron), pytest.approx(oxygen), 0.0]] * 3
+    assert shares[0] == shares[1] == shares[2]
 
 
 def test_a_failed_build_leaves_what_was_built_so_far(system, library, core):
     library.fail_at = 11  # among the molar masses in gram
     with pytest.raises(core.TessaraError):
         system._build_cache()
-    assert root() == {"scs": {"count": 3}}
+    assert system.get_count_scs() == 3
+    with pytest.raises(KeyError):
+        system.get_index_sc(0)
+    with pytest.raises(TypeError, match="NoneType"):
+        system.get_count_phs()
     library.calls.clear()
     library.fail_at = 15  # the first name of a phase
     with pytest.raises(core.TessaraError):
         system._build_cache()
-    assert list(root()["scs"]) == ["count", 0, "Fe", 1, "O", 2, "C"]
-    assert root()["phs"] == {"count": 3}
+    assert system.get_name_scs() == ["Fe", "O", "C"]
+    assert system.get_count_phs() == 3
+    with pytest.raises(KeyError, match="names"):
+        system.get_name_ph("names")
 
 
 class Number:

@@ -189,6 +189,20 @@ def test_other_extension_leaves_caches_and_path_of_the_former_system(system, lib
         system.get_index_ph("LIQUID")
 
 
+def test_setter_of_a_unit_after_another_extension_finds_the_library_empty(
+    friendly, system, library, core, file
+):
+    system.load(file("a.dat"))
+    with pytest.raises(ValueError, match="Invalid path"):
+        system.load(file("x"))
+    library.scs, library.phs = [], []
+    library.calls.clear()
+    friendly.Units.set_P_unit(core.PressureUnit.atm)
+    assert library.count("hxnosc") == 1
+    assert system.get_name_scs() == system.get_name_phs() == []
+    assert (system.get_object().scs, system.get_object().phs) == ({}, {})
+
+
 def test_existing_directory_gets_as_far_as_the_library(system, library, tmp_path):
     path = tmp_path / "a.dat"
     path.mkdir()

@@ -1,6 +1,7 @@
 """The results as records: system components, phases, constituents, incoming amounts."""
 
 import math
+import weakref
 
 import pytest
 
@@ -549,6 +550,117 @@ def test_refused_value_of_a_constituent_passes(base, core, records, answers, mem
     answers[(member, 1, 1)] = core.TessaraError("no value")
     with pytest.raises(core.TessaraError, match="no value"):
         base._get_result_ph_pcs(1, 1.0)
+
+
+class Plain:
+    """Objects of it are assigned to at places that the module remembers."""
+
+    __slots__ = ("A", "AC", "MU")
+
+    def __init__(self, *arguments):
+        pass
+
+
+class Otherwise:
+    """The same names at other places."""
+
+    __slots__ = ("A", "AB", "AC", "MU")
+
+    def __init__(self, *arguments):
+        pass
+
+
+class Below(Plain):
+    """A slot hidden by a property of its own."""
+
+    __slots__ = ("seen",)
+
+    @property
+    def A(self):
+        return -2.0
+
+    @A.setter
+    def A(self, value):
+        self.seen = value
+
+
+class Strayed:
+    """Has a slot that belongs to objects of another class."""
+
+    A = Plain.A
+
+    def __init__(self, *arguments):
+        pass
+
+
+@pytest.fixture
+def values(friendly, base, answers, monkeypatch):
+    """`values(cls)`: what the records of a phase's constituents have when `cls` makes them."""
+    answers.update({("A", 0, i): -1.0 - i for i in range(3)})
+    answers.update({("MU", 0, i): 50.0 + i for i in range(3)})
+
+    def values(cls):
+        monkeypatch.setattr(friendly, "PhaseConstituentState", cls)
+        return list(base._get_result_ph_pcs(0, 1.0).values())
+
+    return values
+
+
+def test_fields_go_where_the_class_has_them(values):
+    for cls in (Plain, Otherwise, Plain, type("Open", (), {"__init__": Plain.__init__}), Otherwise):
+        for _ in range(2):
+            assert [(pc.A, pc.AC, pc.MU) for pc in values(cls)] == [
+                (-1.0 - i, 0.0, 50.0 + i) for i in range(3)
+            ]
+
+
+def test_property_of_a_subclass_is_asked(values):
+    values(Plain)
+    for _ in range(2):
+        assert [pc.seen for pc in values(Below)] == [-1.0, -2.0, -3.0]
+
+
+def test_class_that_changes_is_asked_anew(values, monkeypatch):
+    for _ in range(2):
+        values(Plain)
+    seen = []
+    slot = Plain.A
+    monkeypatch.setattr(Plain, "A", property(slot.__get__, lambda pc, A: seen.append(A)))
+    with pytest.raises(AttributeError):
+        values(Plain)
+    assert seen == [-1.0]
+    monkeypatch.undo()
+    monkeypatch.setattr(
+        Plain, "__setattr__", lambda pc, name, value: object.__setattr__(pc, name, 2 * value)
+    )
+    assert [pc.A for pc in values(Plain)] == [-2.0, -4.0, -6.0]
+
+
+def test_slot_of_another_class_is_refused(values):
+    values(Plain)
+    for _ in range(2):
+        with pytest.raises(TypeError, match="'A' for 'Plain' objects doesn't apply"):
+            values(Strayed)
+
+
+def test_value_that_a_field_had_is_let_go(friendly, base, answers, monkeypatch):
+    class Value:
+        pass
+
+    kept = []
+
+    class Filled(Plain):
+        __slots__ = ()
+
+        def __init__(self, *arguments):
+            self.MU = Value()
+            kept.append(weakref.ref(self.MU))
+
+    monkeypatch.setattr(friendly, "PhaseConstituentState", Filled)
+    for _ in range(2):
+        base._get_result_ph_pcs(0, 1.0)
+    assert len(kept) == 6
+    assert all(one() is None for one in kept)
 
 
 def test_unknown_phase_of_constituents_is_the_key_error_of_the_lookup(base, loaded, records):

@@ -106,6 +106,17 @@ def test_target_and_places_are_the_objects_that_the_library_expects(solver, libr
     assert [type(i_ph), type(i_c)] == [int, int]
 
 
+@pytest.mark.parametrize("print_results", [False, True])
+@pytest.mark.parametrize("estimate", [False, True])
+def test_target_in_force_is_left_out_of_a_plain_calculation(
+    solver, loaded, core, printed, print_results, estimate
+):
+    solver.set_target_formation_of_ph("LIQUID")
+    solver.calculate_eq(print_results, estimate)
+    (call,) = loaded.of("hxce", "hxcel", "hxcen", "hxcenl")
+    assert call[1] is core.TargetVariable.NoTarget
+
+
 def test_listing_is_printed_whole_with_a_line_end(solver, library, capsys):
     library.listing = "first\nlast"
     solver.calculate_eq(print_results=True)

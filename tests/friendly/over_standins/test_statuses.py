@@ -154,6 +154,11 @@ def test_key_of_the_count_finds_an_int(system, loaded, name, arguments):
     assert loaded.calls == []
 
 
+@pytest.mark.parametrize("name", ["set_status_pc", "set_status_pcs_in_ph", "set_status_pcs"])
+def test_setters_of_constituents_name_the_statuses_that_make_sense(system, name):
+    assert "ENTERED, DORMANT or ELIMINATE" in getattr(system, name).__doc__
+
+
 def test_system_without_phases(friendly, library, dat):
     library.phs = []
     friendly.ThermochemicalSystem.load(dat)

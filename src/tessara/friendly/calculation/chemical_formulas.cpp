@@ -34,7 +34,7 @@ void add_to(Ref& target, Borrowed term) {
 
 /// A component's molar mass in gram per mole, whatever the amount unit.
 Ref molar_mass(const Ref& sc) {
-    return item(sc_entry(sc), names::mm_g);
+    return fact(sc_entry(sc), names::mm_g);
 }
 
 /// Whether amounts are masses, of whichever unit.

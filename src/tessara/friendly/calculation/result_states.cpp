@@ -67,7 +67,7 @@ Ref amount_of_elements() {
     const Ref sum = global(names::sum);
     const Ref amounts = new_list();
     for (const Ref& i_sc : IndexRange(count_of_scs())) {
-        if (contains(elements, item(sc_entry(i_sc), names::name))) {
+        if (contains(elements, fact(sc_entry(i_sc), names::name))) {
             append(amounts, result_of(names::A, integer(NoIndex), i_sc));
         }
     }
@@ -106,7 +106,7 @@ Ref get_result_scs(PyObject*) {
         const bool absent = compare(A, number(0.0), Py_EQ);
         const Ref AC = absent ? not_a_number() : value_or_nan(names::AC, i_sc);
         const Ref MU = absent ? not_a_number() : value_or_nan(names::MU, i_sc);
-        const Ref name = item(sc_entry(i_sc), names::name);
+        const Ref name = fact(sc_entry(i_sc), names::name);
         const Ref sc = call(global(names::SystemComponentState), i_sc, name);
         set_item(result, name, sc);
         set_attribute(sc, names::A, A);
@@ -119,7 +119,7 @@ Ref get_result_scs(PyObject*) {
 
 Ref make_phase_state(const Ref& i_ph) {
     const Ref make = global(names::PhaseState);
-    const Ref name = item(ph_entry(i_ph), names::name);
+    const Ref name = fact(ph_entry(i_ph), names::name);
     return call(make, i_ph, name, call_operation(names::hxgsp, i_ph));
 }
 
@@ -171,7 +171,7 @@ Raises:
 Ref get_result_ph_scs(PyObject*, int i_ph, double A_ph) {
     Ref result = new_dict();
     for (const Ref& i_sc : IndexRange(count_of_scs())) {
-        const Ref name = item(sc_entry(i_sc), names::name);
+        const Ref name = fact(sc_entry(i_sc), names::name);
         const Ref sc = call(global(names::SystemComponentState), i_sc, name);
         set_item(result, name, sc);
         if (A_ph > 0.0) {
@@ -206,7 +206,7 @@ Ref get_result_ph_pcs(PyObject*, int i_ph, double) {
     const Ref A_ph = number(to_double(result_of(names::A, ph, integer(NoIndex))));
     Ref result = new_dict();
     for (const Ref& i_pc : IndexRange(count_of_pcs(ph))) {
-        const Ref name = item(pc_entry(ph, i_pc), names::name);
+        const Ref name = fact(pc_entry(ph, i_pc), names::name);
         const Ref make = global(names::PhaseConstituentState);
         const Ref pc = call(make, i_pc, name, call_operation(names::hxgspc, ph, i_pc));
         set_item(result, name, pc);
@@ -231,11 +231,11 @@ Raises:
     TessaraError: the library has no incoming amounts.)";
 
 void append_constituents(const Ref& result, const Ref& i_ph) {
-    const Ref ph = item(ph_entry(i_ph), names::name);
+    const Ref ph = fact(ph_entry(i_ph), names::name);
     for (const Ref& i_pc : IndexRange(count_of_pcs(i_ph))) {
         const Ref A = result_of(names::IA, i_ph, i_pc);
         if (is_positive(A)) {
-            const Ref pc = item(pc_entry(i_ph, i_pc), names::name);
+            const Ref pc = fact(pc_entry(i_ph, i_pc), names::name);
             append(result, call(global(names::PhaseConstituentIncomingAmountState), ph, pc, A));
         }
     }
@@ -247,7 +247,7 @@ Ref get_result_IAs(PyObject*) {
         append_constituents(result, i_ph);
     }
     for (const Ref& i_sc : IndexRange(count_of_scs())) {
-        const Ref sc = item(sc_entry(i_sc), names::name);
+        const Ref sc = fact(sc_entry(i_sc), names::name);
         const Ref A = result_of(names::IA, integer(NoIndex), i_sc);
         if (is_positive(A)) {
             append(result, call(global(names::SystemComponentIncomingAmountState), sc, A));

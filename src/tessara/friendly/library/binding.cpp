@@ -21,20 +21,17 @@ void bind_globals(Borrowed module) {
     const Ref builtins = checked(PyImport_ImportModule("builtins"));
     globals().builtins = Ref::borrow(PyModule_GetDict(builtins.get()));
     globals().own = Ref::borrow(PyModule_GetDict(module.get()));
+    module_globals = globals().own.get();
 }
 
-Ref global(const Name& name) {
+Ref searched_global(const Name& name) {
     const Globals& scopes = globals();
-    Found& last = name.last_global();
     const std::uint64_t version = version_of(scopes.own.get());
-    if (version != 0 && version == last.version) {
-        return Ref::borrow(last.value);
-    }
     for (const Ref* scope : {&scopes.own, &scopes.builtins}) {
         Ref found = Ref::borrow(PyDict_GetItemWithError(scope->get(), name.get()));
         if (found) {
             if (scope == &scopes.own) {
-                last = {version, 0, found.get()};
+                name.last_global() = {version, 0, found.get()};
             }
             return found;
         }

@@ -15,8 +15,20 @@ namespace tessara::friendly {
 /// the next call, so that a method kept from a failed import still finds names.
 void bind_globals(Borrowed module);
 
+/// The dict of the module's globals; null before any are bound.
+inline constinit PyObject* module_globals = nullptr;
+
+/// A name that has to be searched for, as something has changed since the last time.
+Ref searched_global(const Name& name);
+
 /// A global of the module or, where there is none, a built-in; `NameError` where neither exists.
-Ref global(const Name& name);
+inline Ref global(const Name& name) {
+    const Found& last = name.last_global();
+    if (last.version != 0 && last.version == version_of(module_globals)) {
+        return Ref::borrow(last.value);
+    }
+    return searched_global(name);
+}
 
 /// `basic.<name>`
 inline Ref operation(const Name& name) {

@@ -2,10 +2,21 @@
 
 namespace tessara::friendly {
 
+namespace {
+
+bool is_built_in(const Ref& range) {
+    return range.get() == reinterpret_cast<PyObject*>(&PyRange_Type);
+}
+
+} // namespace
+
+bool IndexRange::counts_plainly() {
+    return is_built_in(global(names::range));
+}
+
 IndexRange::IndexRange(Borrowed count) {
     const Ref range = global(names::range);
-    if (range.get() == reinterpret_cast<PyObject*>(&PyRange_Type) &&
-        PyLong_CheckExact(count.get())) {
+    if (is_built_in(range) && PyLong_CheckExact(count.get())) {
         count_ = PyLong_AsSsize_t(count.get());
         if (count_ != -1 || PyErr_Occurred() == nullptr) {
             return;

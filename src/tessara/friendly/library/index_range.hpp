@@ -12,6 +12,9 @@ class IndexRange {
 public:
     explicit IndexRange(Borrowed count);
 
+    /// Whether `range` is the built-in.
+    static bool counts_plainly();
+
     class Iterator {
     public:
         explicit Iterator(IndexRange& range) : range_(range) {}

@@ -25,11 +25,15 @@ public:
     Found& last_global() const noexcept { return last_global_; }
     Found& last_attribute() const noexcept { return last_attribute_; }
 
+    /// Where it was assigned last.
+    Slot& last_slot() const noexcept { return last_slot_; }
+
 private:
     const char* text_;
     mutable PyObject* object_ = nullptr;
     mutable Found last_global_;
     mutable Found last_attribute_;
+    mutable Slot last_slot_;
 };
 
 } // namespace tessara::friendly

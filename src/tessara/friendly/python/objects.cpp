@@ -1,5 +1,7 @@
 #include "friendly/python/objects.hpp"
 
+#include <structmember.h>
+
 namespace tessara::friendly {
 
 double to_double(Borrowed object) {
@@ -99,6 +101,23 @@ Ref module_or_class_attribute(Borrowed object, const Name& name) {
         found = plain_attribute_of_class(reinterpret_cast<PyTypeObject*>(owner), name);
     }
     return found ? std::move(found) : attribute(object, name);
+}
+
+void set_attribute_anyhow(PyObject* object, const Name& name, PyObject* value) {
+    checked(PyObject_SetAttr(object, name.get(), value));
+    PyTypeObject* type = Py_TYPE(object);
+    if (type->tp_setattro != PyObject_GenericSetAttr) {
+        return;
+    }
+    PyObject* found = _PyType_Lookup(type, name.get());
+    if (found == nullptr || !Py_IS_TYPE(found, &PyMemberDescr_Type)) {
+        return;
+    }
+    const PyMemberDef* member = reinterpret_cast<PyMemberDescrObject*>(found)->d_member;
+    if (member->type == T_OBJECT_EX && member->flags == 0 &&
+        PyType_IsSubtype(type, PyDescr_TYPE(found)) != 0) {
+        name.last_slot() = {version_of(type), member->offset};
+    }
 }
 
 Ref special_method(Borrowed object, const Name& name) {

@@ -24,6 +24,10 @@ private:
 inline Ref none() {
     return Ref::borrow(Py_None);
 }
+/// One more reference to the same object.
+inline Ref same(Borrowed object) {
+    return Ref::borrow(object.get());
+}
 inline Ref boolean(bool value) {
     return Ref::borrow(value ? Py_True : Py_False);
 }
@@ -47,8 +51,19 @@ inline Ref attribute(Borrowed object, const Name& name) {
     return checked(PyObject_GetAttr(object.get(), name.get()));
 }
 
+/// The assignment as the interpreter makes it. Where the class has a plain slot of that name, as
+/// most records have, the name remembers it for the next time.
+void set_attribute_anyhow(PyObject* object, const Name& name, PyObject* value);
+
+/// `object.name = value`
 inline void set_attribute(Borrowed object, const Name& name, Borrowed value) {
-    checked(PyObject_SetAttr(object.get(), name.get(), value.get()));
+    const Slot& last = name.last_slot();
+    if (last.version == 0 || version_of(Py_TYPE(object.get())) != last.version) {
+        set_attribute_anyhow(object.get(), name, value.get());
+        return;
+    }
+    auto** slot = reinterpret_cast<PyObject**>(reinterpret_cast<char*>(object.get()) + last.offset);
+    const Ref old = Ref::steal(std::exchange(*slot, same(value).release()));
 }
 
 /// `container[key]`, of any container, with the failures that the interpreter gives.

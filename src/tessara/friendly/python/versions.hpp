@@ -36,4 +36,11 @@ struct Found {
     PyObject* value = nullptr;
 };
 
+/// Where the objects of a type keep an attribute: a slot that is found and assigned without running
+/// any code, in this state of the type. `version` is 0 for none.
+struct Slot {
+    std::uint64_t version = 0;
+    Py_ssize_t offset = 0;
+};
+
 } // namespace tessara::friendly

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "friendly/library/binding.hpp"
+#include "friendly/system/cache_entry.hpp"
 
 // What this module remembers of the loaded system. The library addresses everything by number and
 // answers one question per call; users address by name or index and ask constantly. So all names,
 // stoichiometries, molar masses, mass fractions and models are read once per load, into dicts that
-// hold each item's entry under its index and under its name:
+// hold each item's entry under its index and under its name, with these facts:
 //
 //   sc cache   "count", and per system component: "index", "name", "stoich", "mm", "mm_g"
 //   ph cache   "count", "names", and per phase: "index", "name", "model", "pcs"
@@ -43,7 +44,7 @@ inline Ref ph_entry(Borrowed ph) {
     return item(current(caches().ph), ph);
 }
 inline Ref pcs_of(Borrowed ph) {
-    return item(ph_entry(ph), names::pcs);
+    return fact(ph_entry(ph), names::pcs);
 }
 inline Ref pc_entry(Borrowed ph, Borrowed pc) {
     return item(pcs_of(ph), pc);
@@ -51,20 +52,20 @@ inline Ref pc_entry(Borrowed ph, Borrowed pc) {
 
 /// The index that goes to the library: proof that there is such an item, too.
 inline Ref index_of_sc(Borrowed sc) {
-    return item(sc_entry(sc), names::index);
+    return fact(sc_entry(sc), names::index);
 }
 inline Ref index_of_ph(Borrowed ph) {
-    return item(ph_entry(ph), names::index);
+    return fact(ph_entry(ph), names::index);
 }
 inline Ref index_of_pc(Borrowed ph, Borrowed pc) {
-    return item(pc_entry(ph, pc), names::index);
+    return fact(pc_entry(ph, pc), names::index);
 }
 
 inline Ref name_of_ph(Borrowed ph) {
-    return item(ph_entry(ph), names::name);
+    return fact(ph_entry(ph), names::name);
 }
 inline Ref name_of_pc(Borrowed ph, Borrowed pc) {
-    return item(pc_entry(ph, pc), names::name);
+    return fact(pc_entry(ph, pc), names::name);
 }
 
 inline Ref count_of_scs() {

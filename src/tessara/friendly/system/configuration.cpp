@@ -79,8 +79,8 @@ Raises:
 Ref by_component(const Ref& entry, const Name& key) {
     Ref result = new_dict();
     for (const Ref& i_sc : IndexRange(count_of_scs())) {
-        const Ref name = item(sc_entry(i_sc), names::name);
-        set_item(result, name, item(item(entry, key), i_sc));
+        const Ref name = fact(sc_entry(i_sc), names::name);
+        set_item(result, name, item(fact(entry, key), i_sc));
     }
     return result;
 }
@@ -88,9 +88,9 @@ Ref by_component(const Ref& entry, const Name& key) {
 Ref get_config_pc(PyObject*, PyObject* ph, PyObject* pc) {
     const Ref entry = pc_entry(ph, pc);
     const Ref record = global(names::PhaseConstituentConfig);
-    const Ref index = item(entry, names::index);
-    const Ref name = item(entry, names::name);
-    const Ref mm = item(entry, names::mm);
+    const Ref index = fact(entry, names::index);
+    const Ref name = fact(entry, names::name);
+    const Ref mm = fact(entry, names::mm);
     const Ref stoichiometry = by_component(entry, names::stoich);
     return call(record, index, name, mm, stoichiometry, by_component(entry, names::y_scs));
 }
@@ -210,8 +210,8 @@ Ref build_object_scs(PyObject*, PyObject*) {
     Ref result = new_dict();
     for (const Ref& i_sc : IndexRange(count_of_scs())) {
         const Ref record = global(names::SystemComponentConfig);
-        const Ref name = item(sc_entry(i_sc), names::name);
-        const Ref sc = call(record, i_sc, name, item(sc_entry(i_sc), names::mm));
+        const Ref name = fact(sc_entry(i_sc), names::name);
+        const Ref sc = call(record, i_sc, name, fact(sc_entry(i_sc), names::mm));
         store(result, sc, [&sc](const Ref& i_sc_previous) {
             raise_duplicate(i_sc_previous, AttributeOf{sc, names::index},
                             "A duplicate system component '", AttributeOf{sc, names::name},
@@ -238,7 +238,7 @@ Ref build_object_phs(PyObject* cls, PyObject* ts) {
     Ref result = new_dict();
     for (const Ref& i_ph : IndexRange(count_of_phs())) {
         const Ref record = global(names::PhaseConfig);
-        const Ref name = item(ph_entry(i_ph), names::name);
+        const Ref name = fact(ph_entry(i_ph), names::name);
         const Ref ph = call(record, i_ph, name, model_of(i_ph));
         update_dict(ph, names::pcs,
                     [&] { return call_method(cls, names::_build_object_ph_pcs, i_ph, ts); });
@@ -274,7 +274,7 @@ Ref build_object_ph_pcs(PyObject*, int phase, PyObject*) {
         const Ref pc =
             call_method(global(names::ThermochemicalSystem), names::get_config_pc, i_ph, i_pc);
         store(result, pc, [&](const Ref& i_pc_previous) {
-            const Ref ph_name = item(pc_entry(i_ph, i_pc), names::name);
+            const Ref ph_name = fact(pc_entry(i_ph, i_pc), names::name);
             raise_duplicate(i_pc_previous, AttributeOf{pc, names::index},
                             "A duplicate constituent '", AttributeOf{pc, names::name},
                             "' was found in phase '", ph_name, "' in");

@@ -18,7 +18,7 @@ Raises:
 Ref get_str_scs(PyObject*) {
     Ref listing = text("SYSTEM COMPONENTS\nINDEX NAME\n");
     for (const Ref& i_sc : IndexRange(count_of_scs())) {
-        append_text(listing, percent("%5i %s\n", i_sc, item(sc_entry(i_sc), names::name)));
+        append_text(listing, percent("%5i %s\n", i_sc, fact(sc_entry(i_sc), names::name)));
     }
     return listing;
 }
@@ -34,7 +34,7 @@ Raises:
 Ref get_str_phs(PyObject*) {
     Ref listing = text("PHASES\nINDEX NAME\n");
     for (const Ref& i_ph : IndexRange(count_of_phs())) {
-        append_text(listing, percent("%5i %s\n", i_ph, item(ph_entry(i_ph), names::name)));
+        append_text(listing, percent("%5i %s\n", i_ph, fact(ph_entry(i_ph), names::name)));
     }
     return listing;
 }
@@ -61,7 +61,7 @@ void list_constituents(Ref& listing, const Ref& i_ph) {
     for (const Ref& i_pc : IndexRange(item(pcs, names::count))) {
         const Ref status = attribute(call_operation(names::hxgspc, i_ph, i_pc), names::name);
         append_text(listing, percent("%s %5i %-25s %s\n", text(blanks), i_pc,
-                                     item(item(pcs, i_pc), names::name), status));
+                                     fact(item(pcs, i_pc), names::name), status));
         blanks = below_phase;
     }
 }
@@ -75,8 +75,8 @@ Ref get_str_phs_pcs(PyObject*) {
     for (const Ref& i_ph : IndexRange(count_of_phs())) {
         const Ref status = attribute(call_operation(names::hxgsp, i_ph), names::name);
         append_text(listing,
-                    percent("%5i %-25s %-10s", i_ph, item(ph_entry(i_ph), names::name), status));
-        if (compare(item(ph_entry(i_ph), names::model), names::PURE, Py_EQ)) {
+                    percent("%5i %-25s %-10s", i_ph, fact(ph_entry(i_ph), names::name), status));
+        if (compare(fact(ph_entry(i_ph), names::model), names::PURE, Py_EQ)) {
             append_text(listing, text("\n"));
         } else {
             list_constituents(listing, i_ph);

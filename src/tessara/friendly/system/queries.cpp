@@ -13,34 +13,34 @@ namespace tessara::friendly {
 namespace {
 
 Ref of_component(const Name& key, PyObject*, PyObject* sc) {
-    return item(sc_entry(sc), key);
+    return fact(sc_entry(sc), key);
 }
 
 Ref of_components(const Name& key, PyObject*) {
-    return list_over(count_of_scs(), [&](const Ref& i_sc) { return item(sc_entry(i_sc), key); });
+    return list_over(count_of_scs(), [&](const Ref& i_sc) { return fact(sc_entry(i_sc), key); });
 }
 
 Ref of_phase(const Name& key, PyObject*, PyObject* ph) {
-    return item(ph_entry(ph), key);
+    return fact(ph_entry(ph), key);
 }
 
 Ref of_phases(const Name& key, PyObject*) {
-    return list_over(count_of_phs(), [&](const Ref& i_ph) { return item(ph_entry(i_ph), key); });
+    return list_over(count_of_phs(), [&](const Ref& i_ph) { return fact(ph_entry(i_ph), key); });
 }
 
 Ref of_constituent(const Name& key, PyObject*, PyObject* ph, PyObject* pc) {
-    return item(pc_entry(ph, pc), key);
+    return fact(pc_entry(ph, pc), key);
 }
 
 Ref of_constituents_in_phase(const Name& key, PyObject*, PyObject* ph) {
     const Ref pcs = pcs_of(ph);
     return list_over(item(pcs, names::count),
-                     [&](const Ref& i_pc) { return item(item(pcs, i_pc), key); });
+                     [&](const Ref& i_pc) { return fact(item(pcs, i_pc), key); });
 }
 
 Ref of_constituents(const Name& key, PyObject*) {
     return list_over_constituents(
-        [&](const Ref& i_ph, const Ref& i_pc) { return item(pc_entry(i_ph, i_pc), key); });
+        [&](const Ref& i_ph, const Ref& i_pc) { return fact(pc_entry(i_ph, i_pc), key); });
 }
 
 /// A kind of object asked about: parameters, function, and words for the documentation.
@@ -195,8 +195,8 @@ Raises:
 
 Ref get_name_ph_pcs(PyObject*) {
     return list_over_constituents([](const Ref& i_ph, const Ref& i_pc) {
-        const Ref name_ph = item(ph_entry(i_ph), names::name);
-        return tuple_of(name_ph, item(pc_entry(i_ph, i_pc), names::name));
+        const Ref name_ph = fact(ph_entry(i_ph), names::name);
+        return tuple_of(name_ph, fact(pc_entry(i_ph, i_pc), names::name));
     });
 }
 
@@ -232,7 +232,7 @@ Ref get_model_phs(PyObject*) {
 
 Ref model_of(Borrowed ph) {
     const Ref models = global(names::SolutionModel);
-    return item(models, item(ph_entry(ph), names::model));
+    return item(models, fact(ph_entry(ph), names::model));
 }
 
 std::vector<Method> query_methods() {

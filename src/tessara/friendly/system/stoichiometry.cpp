@@ -60,7 +60,7 @@ Raises:
 Ref build_stoich_dict(PyObject* stoich, PyObject* scs) {
     Ref result = new_dict();
     for (const Ref& i_sc : IndexRange(count_of_scs())) {
-        const Ref name = item(sc_entry(i_sc), names::name);
+        const Ref name = fact(sc_entry(i_sc), names::name);
         if (scs == Py_None || contains(scs, i_sc) || contains(scs, name)) {
             set_item(result, name, item(stoich, i_sc));
         }
@@ -76,18 +76,18 @@ Ref queried(PyObject* scs, Give give) {
 }
 
 Ref get_stoich_sc(PyObject*, PyObject* sc, PyObject* scs) {
-    return queried(scs, [sc] { return item(sc_entry(sc), names::stoich); });
+    return queried(scs, [sc] { return fact(sc_entry(sc), names::stoich); });
 }
 
 Ref get_stoich_scs(PyObject*, PyObject* scs) {
     return list_over(count_of_scs(), [scs](const Ref& i_sc) {
-        return queried(scs, [&] { return item(sc_entry(i_sc), names::stoich); });
+        return queried(scs, [&] { return fact(sc_entry(i_sc), names::stoich); });
     });
 }
 
 /// A constituent's coefficients, which the cache holds by index and name, as a list in index order.
 Ref coefficients_of(const Ref& entry) {
-    const Ref stoich = item(entry, names::stoich);
+    const Ref stoich = fact(entry, names::stoich);
     return list_over(count_of_scs(), [&](const Ref& i_sc) { return item(stoich, i_sc); });
 }
 
@@ -109,7 +109,7 @@ Ref get_stoich_pcs(PyObject*, PyObject* scs) {
 }
 
 Ref get_y_sc_pc(PyObject*, PyObject* ph, PyObject* pc, PyObject* sc) {
-    return item(item(pc_entry(ph, pc), names::y_scs), sc);
+    return item(fact(pc_entry(ph, pc), names::y_scs), sc);
 }
 
 // The others of the family are built on the one above, each by calling the next lower one through
