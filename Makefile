@@ -30,6 +30,9 @@ SANITIZED = PYTHONPATH=$(SANITIZED_SITE) PYTHONMALLOC=malloc ASAN_OPTIONS=detect
 # Tests run side by side; benchmarks have a run of their own.
 PYTEST = pytest -n auto -p no:benchmark
 
+# Tests that have run without the sanitizers take smaller samples with them.
+SANITIZED_SAMPLES = TESSARA_CORES=standin TESSARA_RANDOM_CALLS=2500
+
 .NOTPARALLEL:
 # What calls the compiled modules in many ways; `test-long` runs all that reaches them.
 SANITIZED_TESTS = tests/basic tests/friendly tests/system/test_classes.py \
@@ -54,10 +57,11 @@ test-sanitized: $(VENV)/test-tools
 	mkdir -p $(SANITIZED_SITE)
 	cp -R src/tessara $(SANITIZED_SITE)
 	$(BIN)/cmake --install build/sanitize --component python --prefix $(SANITIZED_SITE)
-	$(SANITIZED) TESSARA_FRIENDLY_FAULTS="$(SANITIZED_FAULTS)" \
+	$(SANITIZED) $(SANITIZED_SAMPLES) TESSARA_FRIENDLY_FAULTS="$(SANITIZED_FAULTS)" \
 		$(BIN)/$(PYTEST) $(SANITIZED_TESTS)
 
 test-long: SANITIZED_TESTS = tests/basic tests/friendly tests/system
+test-long: SANITIZED_SAMPLES =
 test-long: test test-release test-fuzz
 	$(BIN)/pytest -m long
 

@@ -12,7 +12,8 @@ else()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # GCC 12 sees overlaps and overruns in the concatenation of strings where there are none (its
     # bug 105651).
-    target_compile_options(tessara_options INTERFACE -Wno-restrict -Wno-array-bounds)
+    target_compile_options(tessara_options INTERFACE -Wno-restrict -Wno-array-bounds
+                           -Wno-stringop-overflow -Wno-stringop-overread)
   endif()
   if(TESSARA_WERROR)
     target_compile_options(tessara_options INTERFACE -Werror)
@@ -30,6 +31,14 @@ if(TESSARA_SANITIZE)
     target_compile_options(tessara_options INTERFACE -Wno-maybe-uninitialized)
   endif()
 endif()
+
+# What most files of a target include, read once: a fifth of the time of a build. Further headers
+# given go first, as that of the interpreter must.
+function(tessara_precompile target)
+  target_precompile_headers(${target} PRIVATE ${ARGN}
+    <algorithm> <array> <cmath> <cstddef> <functional> <limits> <map> <memory> <optional> <span>
+    <stdexcept> <string> <string_view> <utility> <vector>)
+endfunction()
 
 # An extension module exports its entry point and nothing else; templates of the standard library
 # would otherwise show, as their namespace asks for default visibility.

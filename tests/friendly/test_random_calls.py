@@ -1,6 +1,7 @@
 """Random calls, each lot in a process of its own; see `random_calls.py`."""
 
 import json
+import os
 import subprocess
 import sys
 from itertools import pairwise
@@ -9,6 +10,8 @@ from pathlib import Path
 import pytest
 
 SCRIPT = Path(__file__).with_name("random_calls.py")
+# Per seed; fewer where the sanitizers slow each down.
+CALLS = int(os.environ.get("TESSARA_RANDOM_CALLS", "12500"))
 
 
 @pytest.fixture
@@ -29,7 +32,7 @@ def play(extension, tmp_path):
 
 @pytest.mark.parametrize(("core", "seeds"), [("standin", range(4)), ("real", range(4, 8))])
 def test_random_calls_end_in_a_result_or_an_exception(play, core, seeds):
-    outcomes = play(core, seeds, 12_500)["outcomes"]
+    outcomes = play(core, seeds, CALLS)["outcomes"]
     assert [name for name, found in outcomes.items() if "result" not in found] == []
     kinds = {kind for found in outcomes.values() for kind in found}
     assert {"TessaraError", "TessaraPyError", "TypeError", "KeyError", "NameError"} <= kinds

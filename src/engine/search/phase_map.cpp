@@ -16,6 +16,9 @@ constexpr double LeastStep = 1e-9;
 constexpr double NearForce = 0.01;
 /// An amount, as a share of the larger one at the ends of a step, that is near to zero.
 constexpr double NearAmount = 1e-3;
+/// How far a cubic may be below the function, and at most, in its rise above both ends of a step.
+constexpr double ShareOfRise = 0.25;
+constexpr double MostOfRise = 4.0;
 /// Distance for slopes, as a share of the path.
 constexpr double SlopeStep = 1e-6;
 /// Changes nearer to an end of the path than this share of it belong to the end.
@@ -114,9 +117,12 @@ bool PhaseMap::may_hide(const Sample& from, const Sample& to) const {
         }
         f0 = std::min(f0, 0.0);
         f1 = std::min(f1, 0.0);
-        const double near = there ? NearAmount * std::min(f0, f1) : -NearForce;
+        const double near = there ? -NearAmount * std::min(f0, f1) : NearForce;
         const double greatest = greatest_between(f0, d0, f1, d1);
-        if (greatest > near && greatest > std::max(f0, f1)) {
+        // The rise above both ends says how much a finer cubic may still change: one that stays
+        // close to zero all along the path, but flat, hides nothing.
+        const double rise = greatest - std::max(f0, f1);
+        if (greatest > -(near + ShareOfRise * rise) && greatest + MostOfRise * rise > 0.0) {
             return true;
         }
     }
