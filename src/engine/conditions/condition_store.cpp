@@ -321,7 +321,8 @@ ConditionStore::Slot ConditionStore::slot(ConditionVariable variable, const Plac
 
 std::vector<Condition> requirements(const ConditionStore& conditions) {
     std::vector<Condition> list = conditions.in_order();
-    std::erase_if(list, [](const Condition& condition) { return describe(condition.variable).used; });
+    std::erase_if(list,
+                  [](const Condition& condition) { return describe(condition.variable).used; });
     return list;
 }
 

@@ -70,8 +70,8 @@ void list_streams(std::ostream& out, const Inputs& inputs) {
             const Constituent& of = inputs.system.phases[amount.phase].constituents[amount.index];
             const double value =
                 units.from_engine(Amount{amount.amount, amount.amount * of.molar_mass});
-            table.row({"  " + ascii(place_text(inputs.system, Place::constituent(amount.phase,
-                                                                                  amount.index))),
+            table.row({"  " + ascii(place_text(inputs.system,
+                                               Place::constituent(amount.phase, amount.index))),
                        "", "", number_text(value, ConditionDigits)});
         }
     }

@@ -26,8 +26,9 @@ Equilibrium solve_closed_vessel(Solver& solver, const StateRequest& request,
                                 const Checkpoint& checkpoint) {
     const double wanted = *request.volume;
     if (!solver.system().has_gas()) {
-        throw SolveError("the data file has no gas phase, which alone has a volume: a closed vessel "
-                         "cannot be calculated");
+        throw SolveError(
+            "the data file has no gas phase, which alone has a volume: a closed vessel "
+            "cannot be calculated");
     }
     if (!(wanted > 0.0) || !std::isfinite(wanted)) {
         throw SolveError("the volume " + quoted_number(wanted) + " m3 is not a positive number");
@@ -51,13 +52,12 @@ Equilibrium solve_closed_vessel(Solver& solver, const StateRequest& request,
         });
     }
     if (!found) {
-        throw SolveError("no pressure between 1e-300 bar and " +
-                         number_text(std::exp(Pressures.high) * 1e-5) +
-                         " bar gives the volume " + number_text(wanted) + " m3" +
-                         (nearest ? "; the nearest is " +
-                                        number_text(volume_of(nearest->equilibrium)) + " m3 at " +
-                                        number_text(nearest->equilibrium.p * 1e-5) + " bar"
-                                  : std::string()));
+        throw SolveError(
+            "no pressure between 1e-300 bar and " + number_text(std::exp(Pressures.high) * 1e-5) +
+            " bar gives the volume " + number_text(wanted) + " m3" +
+            (nearest ? "; the nearest is " + number_text(volume_of(nearest->equilibrium)) +
+                           " m3 at " + number_text(nearest->equilibrium.p * 1e-5) + " bar"
+                     : std::string()));
     }
     return std::move(found->equilibrium);
 }

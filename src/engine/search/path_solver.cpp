@@ -1,7 +1,7 @@
 #include "engine/search/path_solver.hpp"
 
-#include "engine/search/root.hpp"
 #include "engine/search/closed_vessel.hpp"
+#include "engine/search/root.hpp"
 
 #include <algorithm>
 #include <cmath>

@@ -68,7 +68,8 @@ PhaseMap::PhaseMap(PathSolver& solver, double low, double high)
         from = std::move(to);
     }
     std::erase_if(transitions_, [&](const Transition& transition) {
-        return transition.point - low <= AtEnd * range_ || high - transition.point <= AtEnd * range_;
+        return transition.point - low <= AtEnd * range_ ||
+               high - transition.point <= AtEnd * range_;
     });
 }
 

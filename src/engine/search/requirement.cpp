@@ -72,8 +72,7 @@ double Requirement::property(const Equilibrium& equilibrium, const TemperatureTe
     return amount > 0.0 ? amount * member(properties_->phase(i), variable) : 0.0;
 }
 
-double Requirement::log_activity(const Equilibrium& equilibrium,
-                                 const TemperatureTerms& at) const {
+double Requirement::log_activity(const Equilibrium& equilibrium, const TemperatureTerms& at) const {
     const std::size_t i = condition_.place.phase;
     const std::size_t c = condition_.place.index;
     const double mu = equilibrium.constituent_potentials[i][c];

@@ -27,15 +27,14 @@ bool differ(const PathState& one, const PathState& other) {
 }
 
 void note(const PathState& state, std::optional<PathState>& nearest) {
-    if (is_known(state) &&
-        (!nearest || std::abs(state.measure) < std::abs(nearest->measure))) {
+    if (is_known(state) && (!nearest || std::abs(state.measure) < std::abs(nearest->measure))) {
         nearest = state;
     }
 }
 
 bool adjacent(double a, double b) {
-    return std::abs(a - b) <= 4.0 * std::numeric_limits<double>::epsilon() *
-                                  std::max(std::abs(a), std::abs(b));
+    return std::abs(a - b) <=
+           4.0 * std::numeric_limits<double>::epsilon() * std::max(std::abs(a), std::abs(b));
 }
 
 /// The zero between two states with the same phases. Where other phases turn up on the way the
@@ -191,8 +190,8 @@ std::optional<SignChange> search_outward(PathSolver& solver, double guess, doubl
         std::optional<PathState> next;
         for (int cut = 0; cut < MostShortenings && !next; ++cut) {
             double point = side->last.point + side->direction * side->step;
-            point = side->direction > 0.0 ? std::min(point, side->limit)
-                                          : std::max(point, side->limit);
+            point =
+                side->direction > 0.0 ? std::min(point, side->limit) : std::max(point, side->limit);
             next = solver.attempt(point, &side->last);
             side->step *= next ? 1.0 : 0.4;
         }

@@ -15,9 +15,8 @@ struct SignChange {
 /// the change is solved for, and the amounts follow from the balance. Nothing where it jumps for
 /// any other reason. `shared` is what is mixed where that is not the measure itself: a sum over the
 /// phases that is zero at the same state.
-std::optional<PathState>
-find_zero(PathSolver& solver, SignChange between,
-          const std::function<double(const PathState&)>& shared = nullptr);
+std::optional<PathState> find_zero(PathSolver& solver, SignChange between,
+                                   const std::function<double(const PathState&)>& shared = nullptr);
 
 /// The largest part of a path that is searched.
 struct Reach {

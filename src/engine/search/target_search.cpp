@@ -128,8 +128,7 @@ PathState find_target(PathSolver& solver, Requirement requirement, const SearchR
         if (range.guess) {
             found = change_near(solver, requirement, path.point(*range.guess));
         } else {
-            const std::vector<PathState> changes =
-                changes_between(solver, requirement, low, high);
+            const std::vector<PathState> changes = changes_between(solver, requirement, low, high);
             if (!changes.empty()) {
                 found = changes.front();
             }

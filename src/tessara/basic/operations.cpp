@@ -271,8 +271,8 @@ Ref set_stream_condition(const Arguments& arguments) {
 }
 
 Ref get_stream_property(const Arguments& arguments) {
-    return number(library().stream_property(utf8(arguments[0].object),
-                                            arguments[1].as<StreamVariable>()));
+    return number(
+        library().stream_property(utf8(arguments[0].object), arguments[1].as<StreamVariable>()));
 }
 
 // --- own operations ---

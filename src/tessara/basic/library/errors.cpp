@@ -63,8 +63,9 @@ constexpr std::array Errors{
     ErrorDescription{StreamState, "the {} of the stream '{}' cannot be {}: it must be a finite "
                                   "number above zero"},
     ErrorDescription{StreamAmount, "the amount of {} in the stream '{}' cannot be {}: {}"},
-    ErrorDescription{Requirement, "a search on {} needs exactly one condition to meet (a target, or "
-                                  "one on H, S, G, V, CP or A), and there {}"},
+    ErrorDescription{Requirement,
+                     "a search on {} needs exactly one condition to meet (a target, or "
+                     "one on H, S, G, V, CP or A), and there {}"},
     ErrorDescription{MovedAmount, "the incoming amount of {} cannot be moved: {}"},
     ErrorDescription{Range, "the range of {} from {} to {} cannot be searched: {}"},
     ErrorDescription{NoMap, "there is no map over {} to go on with; open one with {} first, and "

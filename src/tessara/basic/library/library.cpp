@@ -550,11 +550,10 @@ double Library::result(ResultVariable variable, int i_ph, int i_c) {
     Loaded& of = loaded();
     const Place place = result_place(variable, i_ph, i_c);
     if (variable == ResultVariable::IA) {
-        double mol = of.with_streams
-                         ? (place.kind == Place::Kind::Constituent
-                                ? of.streams.amount(place.phase, place.index)
-                                : 0.0)
-                         : of.absolute_conditions.incoming_amount(place);
+        double mol = of.with_streams ? (place.kind == Place::Kind::Constituent
+                                            ? of.streams.amount(place.phase, place.index)
+                                            : 0.0)
+                                     : of.absolute_conditions.incoming_amount(place);
         for (const MovedAmount& moved : of.moved) {
             const bool of_component = moved.at.phase == IncomingAmount::NoPhase;
             if (place == (of_component ? Place::component(moved.at.index)

@@ -193,13 +193,15 @@ private:
         std::unique_ptr<OpenMap> map;
         Solver solver;
         Results results;
-        EquilibriumConditions request; ///< of the last calculation
-        Equilibrium found;             ///< what the last search found
+        EquilibriumConditions request;  ///< of the last calculation
+        Equilibrium found;              ///< what the last search found
         std::vector<MovedAmount> moved; ///< what it moved, with the amounts found
         State state = State::NotCalculated;
         std::vector<char> warned; ///< per phase: its folded sets have been told
 
-        ConditionStore& conditions() { return with_streams ? stream_conditions : absolute_conditions; }
+        ConditionStore& conditions() {
+            return with_streams ? stream_conditions : absolute_conditions;
+        }
         const ConditionStore& conditions() const {
             return with_streams ? stream_conditions : absolute_conditions;
         }

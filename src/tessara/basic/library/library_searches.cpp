@@ -171,12 +171,10 @@ Requirement Library::only_requirement(const Loaded& of, std::string_view of_what
     return Requirement(system(), list.front(), stream_input(of));
 }
 
-Library::AmountRange Library::amount_range(int i_ph, int i_c,
-                                           std::array<double, 2> values) const {
-    const Place place = i_ph == None
-                            ? Place::component(static_cast<std::size_t>(i_c))
-                            : Place::constituent(static_cast<std::size_t>(i_ph),
-                                                 static_cast<std::size_t>(i_c));
+Library::AmountRange Library::amount_range(int i_ph, int i_c, std::array<double, 2> values) const {
+    const Place place = i_ph == None ? Place::component(static_cast<std::size_t>(i_c))
+                                     : Place::constituent(static_cast<std::size_t>(i_ph),
+                                                          static_cast<std::size_t>(i_c));
     const double molar_mass = place.kind == Place::Kind::Component
                                   ? component(i_c).molar_mass
                                   : constituent(i_ph, i_c).molar_mass;
@@ -220,9 +218,9 @@ Path Library::path_of_amounts(const Loaded& of, const std::vector<AmountRange>& 
         } else {
             for (const ConditionVariable given : {ConditionVariable::AC, ConditionVariable::MU}) {
                 if (of.conditions().find(given, place) != nullptr) {
-                    throw LibraryError(ErrorNumber::MovedAmount,
-                                       {what, "its " + std::string(condition_name(given)) +
-                                                  " is given"});
+                    throw LibraryError(
+                        ErrorNumber::MovedAmount,
+                        {what, "its " + std::string(condition_name(given)) + " is given"});
                 }
             }
         }
@@ -239,8 +237,8 @@ void Library::take_state(Loaded& of, Path& path, double point, const Equilibrium
     of.moved.clear();
     for (const MovedAmount& moved : path.moved()) {
         MovedAmount& here = of.moved.emplace_back(moved);
-        here.upper = point == 1.0 ? moved.upper
-                                  : moved.at.amount + point * (moved.upper - moved.at.amount);
+        here.upper =
+            point == 1.0 ? moved.upper : moved.at.amount + point * (moved.upper - moved.at.amount);
     }
     TemperatureTerms terms = system().terms();
     terms.set(of.found.t);
@@ -254,8 +252,7 @@ void Library::search(Loaded& of, TargetVariable target, std::array<double, 2> va
     const std::string description =
         condition_text(system(), condition) + " = " +
         (condition.variable == ConditionVariable::A && condition.value == 0.0 ? "0 (it just forms)"
-         : condition.variable == ConditionVariable::A &&
-                 condition.value == Condition::Precipitation
+         : condition.variable == ConditionVariable::A && condition.value == Condition::Precipitation
              ? "-1 (a further phase just forms from it)"
              : number_text(condition_value(system(), units_, condition)) + " " +
                    condition_unit(units_, condition));
@@ -366,9 +363,8 @@ void Library::open_map(Loaded& of, PhaseMapVariable variable, std::array<double,
                             : low > high ? "the lower end comes first"
                                          : nullptr;
         if (fault != nullptr) {
-            throw LibraryError(ErrorNumber::Range,
-                               {temperature ? "T" : "P", number_text(values[0]),
-                                number_text(values[1]), fault});
+            throw LibraryError(ErrorNumber::Range, {temperature ? "T" : "P", number_text(values[0]),
+                                                    number_text(values[1]), fault});
         }
         StateRequest wanted = request(of);
         if (temperature) {

@@ -52,8 +52,7 @@ void Library::set_stream_amount(const std::string& name, int i_ph, int i_pc, dou
         throw LibraryError(ErrorNumber::NoStream, {name});
     }
     const auto fail = [&](const char* why) {
-        throw LibraryError(ErrorNumber::StreamAmount,
-                           {of.name, name, number_text(value), why});
+        throw LibraryError(ErrorNumber::StreamAmount, {of.name, name, number_text(value), why});
     };
     if (!std::isfinite(value)) {
         fail("it must be a finite number");
