@@ -93,7 +93,7 @@ benchmark: $(VENV)/package $(VENV)/test-tools
 	tools/install-system-packages benchmark
 	$(CONFIGURE) --preset release -DTESSARA_BENCHMARKS=ON
 	$(BIN)/cmake --build --preset release --target engine_benchmarks basic_standin friendly
-	build/release/benchmarks/engine_benchmarks --benchmark_min_time=0.2s
+	build/release/benchmarks/engine_benchmarks --benchmark_min_time=0.2
 	$(BIN)/pytest benchmarks --ignore=benchmarks/over_standin --benchmark-only
 	TESSARA_FRIENDLY=$$(ls build/release/src/tessara/friendly/friendly.*.so) \
 		TESSARA_BASIC=$$(ls build/release/benchmarks/basic.*.so) \

@@ -206,5 +206,246 @@ void redlich_kister(benchmark::State& state) {
 }
 BENCHMARK(redlich_kister)->Arg(2)->Arg(4)->Arg(10);
 
+// --- one row per model ---
+
+/// Writes a file of one phase; its constituents are named by what they hold.
+class PhaseText {
+public:
+    explicit PhaseText(const char* model) : text_("PHASE\n" + std::string(model) + "\n") {}
+
+    PhaseText& line(const std::string& words) {
+        text_ += words + "\n";
+        return *this;
+    }
+
+    /// A record that holds so much of the components; of charges z, what is neutral.
+    PhaseText& species(std::initializer_list<std::pair<int, int>> amounts, bool magnetic = false) {
+        std::string row = magnetic ? "13 1" : "1 1";
+        std::vector<int> contents(Components, 0);
+        for (const auto& [component, amount] : amounts) {
+            contents[static_cast<std::size_t>(component)] = amount;
+        }
+        for (const int amount : contents) {
+            row += " " + std::to_string(amount);
+        }
+        line("S" + std::to_string(count_++)).line(row).line("6000 -50000 -40 -25 -0.002 0 20000");
+        return magnetic ? line("900 1.5") : *this;
+    }
+
+    PhaseText& set() { return line("-5000 2 0 0 0 0"); }
+
+    std::shared_ptr<const System> system(int count) const {
+        std::string names;
+        std::string masses;
+        for (int k = 0; k < Components; ++k) {
+            names += " C" + std::to_string(k);
+            masses += " 10";
+        }
+        return System::read_dat("one phase\n" + std::to_string(Components) + " 2 0 " +
+                                    std::to_string(count) + " 0\n" + names + "\n" + masses +
+                                    "\n6 1 2 3 4 5 6\n6 1 2 3 4 5 6\n" + text_,
+                                "benchmark");
+    }
+
+    static constexpr int Components = 10;
+
+private:
+    std::string text_;
+    int count_ = 0;
+};
+
+std::string numbers(std::initializer_list<int> of) {
+    std::string text;
+    for (const int number : of) {
+        text += std::to_string(number) + " ";
+    }
+    return text;
+}
+
+std::shared_ptr<const System> ideal_phase() {
+    PhaseText text("IDMX");
+    for (int k = 0; k < 10; ++k) {
+        text.species({{k, 1}});
+    }
+    return text.system(10);
+}
+
+/// All 45 pairs, each with three orders.
+std::shared_ptr<const System> redlich_kister_phase(bool magnetic) {
+    PhaseText text(magnetic ? "RKMPM" : "RKMP");
+    if (magnetic) {
+        text.line("0.33 0.28");
+    }
+    for (int k = 0; k < 10; ++k) {
+        text.species({{k, 1}}, magnetic);
+    }
+    for (int list = magnetic ? 0 : 1; list < 2; ++list) {
+        for (int i = 1; i <= 10; ++i) {
+            for (int j = 1; j < i; ++j) {
+                text.line("2").line(numbers({j, i, 3}));
+                for (int order = 0; order < 3; ++order) {
+                    list == 0 ? text.line("50 0.1") : text.set();
+                }
+            }
+        }
+        text.line("0");
+    }
+    return text.system(10);
+}
+
+/// All 45 pairs, each with two terms, in two groups.
+std::shared_ptr<const System> polynomial_phase() {
+    PhaseText text("QKTO");
+    for (int k = 0; k < 10; ++k) {
+        text.species({{k, 1}}).line(k < 5 ? "1 1" : "1 2");
+    }
+    for (int i = 1; i <= 10; ++i) {
+        for (int j = 1; j < i; ++j) {
+            for (const int power : {1, 2}) {
+                text.line("2").line(numbers({j, i, power, 1}) + "-5000 2 0 0 0 0");
+            }
+        }
+    }
+    return text.line("0").system(10);
+}
+
+/// Five by two constituents, so ten end members; all pairs on the first sublattice beside each of
+/// the second, with two orders.
+std::shared_ptr<const System> sublattice_phase(bool magnetic) {
+    PhaseText text(magnetic ? "SUBLM" : "SUBL");
+    if (magnetic) {
+        text.line("0.33 0.28");
+    }
+    for (int k = 0; k < 10; ++k) {
+        text.species({{k / 2, 1}, {5 + k % 2, 1}}, magnetic);
+    }
+    text.line("2").line("1 1").line("5 2").line("A B C").line("D E").line("X Y");
+    text.line("1 1 2 2 3 3 4 4 5 5").line("1 2 1 2 1 2 1 2 1 2");
+    for (int list = magnetic ? 0 : 1; list < 2; ++list) {
+        for (int i = 1; i <= 5; ++i) {
+            for (int j = 1; j < i; ++j) {
+                for (const int other : {6, 7}) {
+                    text.line("3").line(numbers({j, i, other, 2}));
+                    for (int order = 0; order < 2; ++order) {
+                        list == 0 ? text.line("50 0.1") : text.set();
+                    }
+                }
+            }
+        }
+        text.line("0");
+    }
+    return text.system(10);
+}
+
+/// Five cations and two anions; all pairs of cations beside each anion.
+std::shared_ptr<const System> ion_phase() {
+    PhaseText text("SUBM");
+    for (int k = 0; k < 10; ++k) {
+        text.species({{k / 2, 1}, {5 + k % 2, 1}}).line("1 1");
+    }
+    text.line("5 2").line("A B C").line("D E").line("X Y");
+    text.line("1 1 1 1 1").line("1 1 1 2 2").line("1 1").line("1 1");
+    text.line("1 1 2 2 3 3 4 4 5 5").line("1 2 1 2 1 2 1 2 1 2");
+    for (int i = 1; i <= 5; ++i) {
+        for (int j = 1; j < i; ++j) {
+            for (const int other : {6, 7}) {
+                text.line("3").line(numbers({j, i, 1, 1, 0, other}) + "-5000 2 0 0 0 0");
+            }
+        }
+    }
+    return text.line("0").system(10);
+}
+
+/// Two cations; two anions, a vacancy and four neutrals: ten constituents.
+std::shared_ptr<const System> ionic_liquid_phase() {
+    PhaseText text("SUBI");
+    for (int cation = 0; cation < 2; ++cation) {
+        text.species({{cation, 1}, {2, 1}}).species({{cation, 1}, {3, 1}}).species({{cation, 1}});
+        for (int neutral = 4; neutral < 8; ++neutral) {
+            text.species({{neutral, 1}});
+        }
+    }
+    text.line("2 7").line("A B").line("X Y Va").line("N O P").line("Q").line("2").line("1 1");
+    text.line("-1 -1 -1 0 0 0 0");
+    text.line("1 1 1 1 1 1 1 2 2 2 2 2 2 2").line("1 2 3 4 5 6 7 1 2 3 4 5 6 7");
+    for (int other = 3; other <= 5; ++other) {
+        text.line("3").line(numbers({1, 2, other, 2})).set().set();
+    }
+    for (int cation = 1; cation <= 2; ++cation) {
+        for (int neutral = 6; neutral <= 9; ++neutral) {
+            text.line("3").line(numbers({cation, 5, neutral, 2})).set().set();
+        }
+    }
+    return text.line("0").system(14);
+}
+
+/// Five cations and two anions: ten pairs, 45 quadruplets; all pairs of cations beside each anion.
+std::shared_ptr<const System> quasichemical_phase(bool half) {
+    PhaseText text(half ? "SUBQ" : "SUBG");
+    if (!half) {
+        text.line("2.4");
+    }
+    text.line("10 10");
+    for (int k = 0; k < 10; ++k) {
+        text.species({{k / 2, 1}, {5 + k % 2, 1}}).line("1 1 0 0 0");
+        if (half) {
+            text.line("2.4");
+        }
+    }
+    text.line("5 2").line("A B C").line("D E").line("X Y");
+    text.line("1 1 1 1 1").line("1 1 1 2 2").line("1 1").line("1 1");
+    text.line("1 1 2 2 3 3 4 4 5 5").line("1 2 1 2 1 2 1 2 1 2");
+    for (int k = 0; k < 10; ++k) {
+        const int a = 1 + k / 2;
+        const int x = 6 + k % 2;
+        text.line(numbers({a, a, x, x}) + "6 6 6 6");
+    }
+    for (int i = 1; i <= 5; ++i) {
+        for (int j = 1; j < i; ++j) {
+            for (const int other : {6, 7}) {
+                text.line("3").line("G " + numbers({j, i, other, other, 1, 0, 0, 0}));
+                text.line("0 0 0 0 0 0").line("0 0 0 0 0 0").line("0 0 -5000 2 0 0 0 0");
+            }
+        }
+    }
+    return text.line("0").system(45);
+}
+
+/// Value, gradient and Hessian at fixed T and P of a phase of ten constituents. What depends on T
+/// alone is worked out once, by `set_state`: the parameters' L(T) / RT in all models; in magnetic
+/// ones nothing more, as Tc and beta depend on composition; where the phase has internal variables
+/// also its constituents' G / RT.
+void model_at_fixed_temperature(benchmark::State& state, std::shared_ptr<const System> system) {
+    const Phase& phase = system->phases[0];
+    std::vector<std::size_t> all(phase.constituents.size());
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        all[i] = i;
+    }
+    const auto evaluator = phase.model->evaluator(phase.constituents, all);
+    TemperatureTerms at = system->terms();
+    at.set(1000.0);
+    evaluator->set_state(at, 1.0);
+    const Variables* variables = evaluator->variables();
+    const std::size_t n = variables != nullptr ? evaluator->size() : all.size();
+    const std::vector<double> x(n, 1.0 / static_cast<double>(n));
+    const std::vector<double> log_x(n, -std::log(static_cast<double>(n)));
+    std::vector<double> gradient(n);
+    std::vector<double> hessian(n * n);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(evaluator->mixing(x, log_x, gradient, hessian));
+    }
+    state.counters["variables"] = static_cast<double>(n);
+}
+BENCHMARK_CAPTURE(model_at_fixed_temperature, IDMX, ideal_phase());
+BENCHMARK_CAPTURE(model_at_fixed_temperature, RKMP, redlich_kister_phase(false));
+BENCHMARK_CAPTURE(model_at_fixed_temperature, RKMPM, redlich_kister_phase(true));
+BENCHMARK_CAPTURE(model_at_fixed_temperature, QKTO, polynomial_phase());
+BENCHMARK_CAPTURE(model_at_fixed_temperature, SUBL, sublattice_phase(false));
+BENCHMARK_CAPTURE(model_at_fixed_temperature, SUBLM, sublattice_phase(true));
+BENCHMARK_CAPTURE(model_at_fixed_temperature, SUBM, ion_phase());
+BENCHMARK_CAPTURE(model_at_fixed_temperature, SUBI, ionic_liquid_phase());
+BENCHMARK_CAPTURE(model_at_fixed_temperature, SUBG, quasichemical_phase(false));
+BENCHMARK_CAPTURE(model_at_fixed_temperature, SUBQ, quasichemical_phase(true));
+
 } // namespace
 } // namespace tessara

@@ -1,5 +1,6 @@
 #include "engine/check/check.hpp"
 
+#include "example_phases.hpp"
 #include "support.hpp"
 
 #include <gtest/gtest.h>
@@ -27,6 +28,17 @@ std::vector<std::string> check_text(const std::string& text) {
 }
 
 using Lines = std::vector<std::string>;
+
+/// Findings of the rules on parameters.
+Lines parameter_findings(const std::string& text) {
+    Lines found;
+    for (const std::string& line : check_text(text)) {
+        if (line.starts_with("TS4")) {
+            found.push_back(line);
+        }
+    }
+    return found;
+}
 
 /// A file of the components Xa and Xb, which are no elements. Its body starts in line 7.
 std::string file(const std::string& counts, const std::string& body,
@@ -298,6 +310,63 @@ TEST(Check, ParametersOnTheSameConstituentsAreNoted) {
                                                   "0\n0\n")),
               Lines{"TS402 note 19 the parameter on 'B', 'A' of phase 'MELT': line 16 has a "
                     "parameter on the same constituents"});
+}
+
+// The parameters of other models have lines of their own; what tells them apart are their powers
+// too.
+
+TEST(Check, PolynomialParametersThatDoNothingOrStandTwiceAreNoted) {
+    std::string text = polynomial_text();
+    const int first = line_of(text, "1 2 1 1 -26000 7 0 0 0 0");
+    EXPECT_EQ(parameter_findings(text), Lines{});
+    text = with_line(text, first, "1 2 1 1 0 0 0 0 0 0\n2\n2 1 1 1 -500 0 0 0 0 0");
+    EXPECT_EQ(
+        parameter_findings(text),
+        (Lines{"TS401 note " + std::to_string(first) +
+                   " the parameter on 'Aa', 'Bb' of phase 'SLAG': all its coefficients are "
+                   "zero",
+               "TS402 note " + std::to_string(first + 2) +
+                   " the parameter on 'Bb', 'Aa' of phase 'SLAG': line " + std::to_string(first) +
+                   " has a parameter on the same constituents with the same powers"}));
+    EXPECT_EQ(parameter_findings(with_line(text, first + 2, "2 1 1 2 -500 0 0 0 0 0")).size(), 1U);
+}
+
+TEST(Check, ParametersOfIonsThatDoNothingOrStandTwiceAreNoted) {
+    std::string text = ion_sublattices_text();
+    const int first = line_of(text, "1 2 1 1 0 4 -8000 2 0 0 0 0");
+    EXPECT_EQ(parameter_findings(text), Lines{});
+    text = with_line(text, first, "1 2 1 1 0 4 0 0 0 0 0 0\n3\n1 2 1 1 0 4 -500 0 0 0 0 0");
+    EXPECT_EQ(
+        parameter_findings(text),
+        (Lines{"TS401 note " + std::to_string(first) +
+                   " the parameter on 'Aa', 'Bb' of phase 'IONS': all its coefficients are "
+                   "zero",
+               "TS402 note " + std::to_string(first + 2) +
+                   " the parameter on 'Aa', 'Bb' of phase 'IONS': line " + std::to_string(first) +
+                   " has a parameter on the same constituents with the same powers"}));
+    // At another constant ion it is another parameter.
+    EXPECT_EQ(parameter_findings(with_line(text, first + 2, "1 2 1 1 0 5 -500 0 0 0 0 0")).size(),
+              1U);
+}
+
+TEST(Check, QuadrupletParametersThatDoNothingOrStandTwiceAreNoted) {
+    std::string text = quasichemical_text();
+    const std::string code = "G 1 2 4 4 0 0 0 0";
+    const int first = line_of(text, code);
+    EXPECT_EQ(parameter_findings(text), Lines{});
+    text =
+        with_line(text, first + 3,
+                  "0 0 0 0 0 0 0 0\n" + quasichemical_term_text("G 2 1 4 4 0 0 0 0", "0 0", "-9"));
+    EXPECT_EQ(parameter_findings(text),
+              (Lines{"TS401 note " + std::to_string(first) +
+                         " the parameter G on Aa-Bb-Xx-Xx of phase 'SALT': all its coefficients "
+                         "are zero",
+                     "TS402 note " + std::to_string(first + 5) +
+                         " the parameter G on Aa-Bb-Xx-Xx of phase 'SALT': line " +
+                         std::to_string(first) +
+                         " has a parameter on the same constituents with the same powers"}));
+    EXPECT_EQ(parameter_findings(with_line(text, first + 5, "Q 1 2 4 4 0 0 0 0")).size(), 1U);
+    EXPECT_EQ(parameter_findings(with_line(text, first + 5, "G 1 2 4 4 0 1 0 0")).size(), 1U);
 }
 
 TEST(Check, MagnetismNeedsBothNumbers) {

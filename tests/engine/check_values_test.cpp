@@ -3,6 +3,7 @@
 
 #include "engine/equilibrium/properties.hpp"
 #include "engine/units/constants.hpp"
+#include "example_phases.hpp"
 #include "support.hpp"
 
 #include <gtest/gtest.h>
@@ -425,6 +426,70 @@ TEST(CheckValues, IdealIonsHaveNoPressureTerm) {
                    None,
                    {0.3, 0.6, 0.1}});
     check_compound(*system, {"C3(s)", 1200, -178182.638611, 210.485532, 74400.0, 72.0});
+}
+
+TEST(CheckValues, PolynomialSlagOfTwoGroups) {
+    const auto system = read(polynomial_text());
+    const MixtureState states[] = {
+        {1200,
+         1,
+         {0.5, 0.3, 0.2},
+         -70704.0068005,
+         {-64966.7040503, -76412.284917, -76484.8465011},
+         77.3917557,
+         22166.1,
+         22.7,
+         {0.4144254157, 0.1870437677, 0.2340191817}},
+        {1200,
+         1,
+         {0.1, 0.3, 0.6},
+         -69548.3101637,
+         {-86103.277681, -70497.0582503, -66314.7748674},
+         None,
+         None,
+         None,
+         {0.04982109291, 0.3383929665, 0.6485366217}},
+        {1200,
+         1,
+         {0.25, 0.45, 0.3},
+         -71435.1312862,
+         {-76048.8608862, -68837.3467859, -71487.0333699},
+         None,
+         None,
+         None,
+         {0.1364778189, 0.399636619, 0.3861858439}},
+    };
+    for (const MixtureState& state : states) {
+        check_mixture(*system, "SLAG", state);
+    }
+}
+
+TEST(CheckValues, PolynomialMatteOfTwoEquivalents) {
+    const auto system = read(file_head({"Aa", "Cc"}, 2) + "MATTE\nQKTO\n" +
+                             species_text("Aa2", "2 0", "-4000 230 -44") + "2 1\n" +
+                             species_text("Cc", "0 1", "-3500 122 -24") +
+                             "1 1\n2\n1 2 1 1 -15000 3 0 0 0 0\n2\n1 2 1 2 4400 0 0 0 0 0\n0\n" +
+                             pure_phases({"Aa", "Cc"}));
+    check_mixture(*system, "MATTE",
+                  {1200,
+                   1,
+                   {0.5, 0.5},
+                   -92052.0215966,
+                   {-112131.091774, -71972.9514192},
+                   103.825759,
+                   32538.88889,
+                   34.0,
+                   {0.3754154306, 0.3429064778}});
+    check_mixture(*system, "MATTE",
+                  {1200,
+                   1,
+                   {0.2, 0.8},
+                   -76757.0521532,
+                   {-127243.620189, -64135.4101442},
+                   None,
+                   None,
+                   None,
+                   {0.08254556207, 0.7521913198}});
 }
 
 // --- equilibria within one phase, all others left out ---

@@ -247,6 +247,19 @@ TEST(DatReader, NamesLineColumnAndMistakeOfEachFault) {
         {"negative count", with_line(2, "2 3 1 -2 2 3"),
          "test.dat, line 2, column 7: expected the count of constituents of solution phase 2 of 3, "
          "found '-2' (header)"},
+        {"negative number of solutions", with_line(2, "2 -1 1 2 2 3"),
+         "test.dat, line 2, column 3: expected the number of solution phases, found '-1' (header)"},
+        {"number of compounds missing", with_line(2, "2 3 1 2 2"),
+         "test.dat, line 3, column 1: expected the number of pure condensed phases, found 'Aa' "
+         "(header)"},
+        {"too many excess terms", with_line(6, "9 1 2 3 4 5 6"),
+         "test.dat, line 6, column 1: expected the number of excess term indexes, found '9' "
+         "(header)"},
+        {"excess term twice", with_line(6, "6 1 2 3 4 5 5"),
+         "test.dat, line 6, column 13: excess term index 5 occurs twice"},
+        {"numeric phase name", with_line(12, "12"),
+         "test.dat, line 12, column 1: expected the name of solution phase 2 of 3, found '12' "
+         "(header)"},
         {"no components", with_line(2, "0 3 1 2 2 3"),
          "test.dat, line 2, column 1: expected a positive number of components, found '0' "
          "(header)"},
@@ -325,6 +338,12 @@ TEST(DatReader, NamesLineColumnAndMistakeOfEachFault) {
         {"number of extra terms no whole number", with_line(17, "0.5 3"),
          "test.dat, line 17, column 1: expected number of extra terms of range 1 of 'Aa', found "
          "'0.5' (phase 'MELT')"},
+        {"extra term without coefficient", with_line(17, "1\nx"),
+         "test.dat, line 18, column 1: expected coefficient of extra term 1 of range 1 of 'Aa', "
+         "found 'x' (phase 'MELT')"},
+        {"volume numbers missing", with_line(10, "3 1 1 0"),
+         "test.dat, line 12, column 1: expected volume number 1 of range 1 of 'Aa', found 'MELT' "
+         "(phase 'GAS')"},
         {"extra term without exponent", with_line(17, "1 -3\nx"),
          "test.dat, line 18, column 1: expected exponent of extra term 1 of range 1 of 'Aa', found "
          "'x' (phase 'MELT')"},
@@ -336,6 +355,14 @@ TEST(DatReader, NamesLineColumnAndMistakeOfEachFault) {
         {"structure factor out of range", with_line(29, "1 1.5"),
          "test.dat, line 29, column 3: structure factor p of phase 'SOLID' must be between 0 and "
          "1"},
+        {"structure factor missing", with_line(29, "0.3"),
+         "test.dat, line 30, column 1: expected structure factor p of phase 'SOLID', found 'Aa' "
+         "(phase 'SOLID')"},
+        {"moment missing", with_line(33, "1000"),
+         "test.dat, line 34, column 1: expected beta of 'Aa', found 'Bb' (phase 'SOLID')"},
+        {"magnetic set of a parameter cut short", with_line(37, "2\n1 2 1\n100\nx"),
+         "test.dat, line 40, column 1: expected beta of magnetic set 1, found 'x' (phase "
+         "'SOLID')"},
         {"magnetic numbers missing", without_line(33),
          "test.dat, line 33, column 1: expected Tc and beta of 'Aa', found 'Bb' (phase 'SOLID')"},
         {"magnetic numbers of a compound", with_line(45, "1043 2.2"),
@@ -357,6 +384,9 @@ TEST(DatReader, NamesLineColumnAndMistakeOfEachFault) {
          "test.dat, line 24, column 3: constituent number 3 in phase 'MELT' with 2 constituents"},
         {"constituent number 0", with_line(24, "0 2 1"),
          "test.dat, line 24, column 1: constituent number 0 in phase 'MELT' with 2 constituents"},
+        {"constituent number no whole number", with_line(24, "1 1.5 1"),
+         "test.dat, line 24, column 3: expected number of a constituent, 1 to 2, found '1.5' "
+         "(phase 'MELT')"},
         {"constituent twice", with_line(24, "1 1 1"),
          "test.dat, line 24, column 3: constituent number 1 occurs twice in an interaction of "
          "phase "
@@ -397,6 +427,23 @@ TEST(DatReader, RefusesATernaryParameterOfTwoSets) {
               "found '2' (phase 'MIX')");
 }
 
+TEST(DatReader, NotesSetsOfParametersThatMayNotBeMeant) {
+    std::vector<std::string> lines = {
+        "t", "1 2 0 4 0", "A", "1", "6 1 2 3 4 5 6", "6 1 2 3 4 5 6", "MIX", "RKMP"};
+    for (const char* name : {"A", "B", "C", "D"}) {
+        lines.insert(lines.end(), {name, "1 1 1", "6000 0 0 0 0 0 0"});
+    }
+    const std::string set = "100 0 0 0 0 0";
+    lines.insert(lines.end(), {"3", "1 2 3 1", set, "4", "1 2 3 4 2", set, set, "0"});
+    const auto system = read(file(lines));
+    ASSERT_EQ(system->notes.size(), 2U);
+    EXPECT_EQ(system->notes[0].text,
+              "a ternary parameter with one set is taken as independent of composition");
+    EXPECT_EQ(system->notes[0].line, 22);
+    EXPECT_EQ(system->notes[1].text, "only the first set of a quaternary parameter has a meaning");
+    EXPECT_EQ(system->notes[1].line, 25);
+}
+
 TEST(DatReader, NotesWhatLooksSuspicious) {
     const auto note = [](const std::string& text) {
         const auto system = read(text);
@@ -407,6 +454,9 @@ TEST(DatReader, NotesWhatLooksSuspicious) {
     EXPECT_EQ(note(with_line(17, "1 -3 12")), "exponent 12 of range 1 of 'Aa' is unusually large");
     EXPECT_EQ(note(with_line(11, "6000 1 2 3 4 5 6 7 8")),
               "2 unread numbers after the record of phase 'GAS'");
+    EXPECT_EQ(note(file(Lines) + "Bb2\n1 1 0 2\n"),
+              "text that looks like a record follows the end of the data; is the number of pure "
+              "condensed phases right?");
     std::vector<std::string> lines = Lines;
     lines[20] = "13 1 0 1";
     lines[21] += "\n100 2";

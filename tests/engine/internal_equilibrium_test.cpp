@@ -43,6 +43,8 @@ struct Figure {
     double g;
     std::vector<double> y; ///< site fractions, or quadruplet fractions
     std::vector<double> potentials;
+    double units;                ///< moles of formula units, or of quadruplets
+    std::vector<double> species; ///< potentials of constituents, or of quadruplets
 };
 
 const Figure Figures[] = {
@@ -53,49 +55,65 @@ const Figure Figures[] = {
      -364995.96873323,
      {0.437248984636, 0.262349390782, 0.300401624582, 0.437248984636, 0.011345329326,
       0.551405686038},
-     {-137784.87254971, -129418.3229294, -104810.92518714, -152384.90958977}},
+     {-137784.87254971, -129418.3229294, -104810.92518714, -152384.90958977},
+     1.1435132328921,
+     {}},
     {"reciprocal 1500",
      reciprocal_text,
      1500.0,
      {0.7, 0.3, 0.4},
      -221734.60346809,
      {0.7, 0.3, 0.4, 0.6},
-     {-205949.4460778, -212087.65507691, -34859.236726403}},
+     {-205949.4460778, -212087.65507691, -34859.236726403},
+     1.0,
+     {}},
     {"ordering_magnetic 900",
      ordering_magnetic_text,
      900.0,
      {0.6, 0.4, 0.3},
      -57388.280363709,
      {0.580821807672, 0.419178192328, 0.619178192328, 0.380821807672, 0.1, 0.9},
-     {-58072.136928377, -58469.326333195, 2809.1077553163}},
+     {-58072.136928377, -58469.326333195, 2809.1077553163},
+     1.0,
+     {}},
     {"ordering_magnetic 1500",
      ordering_magnetic_text,
      1500.0,
      {0.6, 0.4, 0.3},
      -121750.41620609,
      {0.598852950344, 0.401147049656, 0.601147049656, 0.398852950344, 0.1, 0.9},
-     {-108424.39433228, -106431.01205833, -47077.915944647}},
+     {-108424.39433228, -106431.01205833, -47077.915944647},
+     1.0,
+     {}},
     {"antiferromagnetic 400",
      antiferromagnetic_text,
      400.0,
      {0.6, 0.4, 0.1},
      -6421.105465694,
      {0.6, 0.4, 0.1, 0.9},
-     {-11596.851395801, -10403.064343793, 46982.311093035}},
+     {-11596.851395801, -10403.064343793, 46982.311093035},
+     1.0,
+     {}},
     {"antiferromagnetic 1000",
      antiferromagnetic_text,
      1000.0,
      {0.6, 0.4, 0.1},
      -30597.630028811,
      {0.6, 0.4, 0.1, 0.9},
-     {-31166.967243727, -31254.086376093, 6041.8486786221}},
+     {-31166.967243727, -31254.086376093, 6041.8486786221},
+     1.0,
+     {}},
     {"ionic_liquid 2200",
      ionic_liquid_text,
      2200.0,
      {1.0, 0.8, 1.5, 0.3},
      -1798599.4429956,
-     {},
-     {-232771.50929484, -161930.0009885, -920899.76315542, -183114.29392253}},
+     {0.56512337305121, 0.43487662694879, 0.6162913923545, 0.24366146749991, 0.12713263116506,
+      0.012914508980535},
+     {-232771.50929484, -161930.0009885, -920899.76315542, -183114.29392253},
+     0.96914165068127,
+     {-2307342.5449005, -232771.50929484, -183114.29392253, -1543279.6457216, -3086559.2914432,
+      -161930.0009885}},
     {"quasichemical 1300",
      quasichemical_text,
      1300.0,
@@ -105,7 +123,12 @@ const Figure Figures[] = {
       0.169558139035, 0.01352371288, 0.001181502694, 0.095771720018, 0.027064653228, 0.00799457396,
       0.038883860141, 0.037598910957, 0.027488609785, 0.080108464209, 0.065051323131,
       0.067861057092},
-     {}},
+     {},
+     6.3377783213301,
+     {-227537.4152414, -285548.98072584, -466872.85653994, -256543.19798362, -460973.84351137,
+      -376210.91863289, -116935.96629156, -161800.06090965, -206691.30320974, -139368.01360061,
+      -161813.63475065, -184245.6820597, -172236.69076648, -223674.52081774, -336782.07987484,
+      -198031.15548149, -272779.80207123, -279044.78724571}},
     {"quasichemical_anions 1300",
      quasichemical_anions_text,
      1300.0,
@@ -115,7 +138,12 @@ const Figure Figures[] = {
       0.038657336093, 0.015833237712, 0.007747210722, 0.022706563855, 0.094805827319, 0.04740035691,
       0.13501039209, 0.087633936521, 0.032939419234, 0.11276758599, 0.037464035705, 0.021989263906,
       0.058844583436},
-     {}},
+     {},
+     5.0,
+     {-223003.83531263, -284989.67462995, -253996.75497129, -172864.11318787, -224822.00808024,
+      -198843.06063406, -159610.50361386, -208917.67659143, -184264.09010265, -197933.97425025,
+      -254905.8413551, -226419.90780268, -191307.16946325, -246953.67561069, -219130.42253697,
+      -166237.30840087, -216869.84233584, -191553.57536835}},
     {"quasichemical_half 1700",
      quasichemical_half_text,
      1700.0,
@@ -125,7 +153,12 @@ const Figure Figures[] = {
       0.094910671833, 7.36863e-07, 5.4966e-08, 0.253292433997, 4.02502e-07, 0.000805023863,
       0.000235985992, 0.000596863558, 9.3806831e-05, 0.149781902039, 0.00047042131, 0.017007519689,
       0.010123654325},
-     {}},
+     {},
+     1.8130642696644,
+     {-627020.61610358, -561809.56760158, -1123539.1280622, -594415.09185258, -875279.87208289,
+      -842674.34783189, -570267.47067244, -547443.60369674, -595239.15988637, -558855.53718459,
+      -582753.3152794, -571341.38179155, -511932.96565883, -554626.58564916, -859389.14397428,
+      -554032.29651502, -695760.51262951, -701308.35559859}},
     {"quasichemical_pairs 1200",
      quasichemical_pairs_text,
      1200.0,
@@ -133,7 +166,10 @@ const Figure Figures[] = {
      -1097880.5546824,
      {0.06115031789, 0.089315927108, 0.232043755651, 0.081032035409, 0.013386095951, 0.065869647065,
       0.140785435675, 0.069154654804, 0.247262130448},
-     {}},
+     {},
+     5.4,
+     {-221798.69270683, -232660.59627065, -227229.64448874, -161845.8572365, -172707.76080032,
+      -167276.80901841, -191822.27497167, -202684.17853548, -197253.22675357}},
 };
 
 class IndependentFigures : public testing::TestWithParam<Figure> {};
@@ -150,14 +186,54 @@ TEST_P(IndependentFigures, AreThoseOfTheHomogeneousPhase) {
     }
     const Equilibrium& result = solver.solve(in);
     EXPECT_NEAR(total_gibbs(*system, result, solver.terms()), figure.g, 1e-10 * std::abs(figure.g));
-    const std::vector<double>& y = result.phases.front().internal;
-    const double sum =
-        figure.y.size() > 8 ? std::accumulate(y.begin(), y.end(), 0.0) : 1.0; // of quadruplets
+    const PhaseResult& phase = result.phases.front();
+    std::vector<double> y = phase.internal;
+    const Phase& of = system->phases.front();
+    std::vector<std::size_t> all(of.constituents.size());
+    std::iota(all.begin(), all.end(), 0U);
+    const auto evaluator = of.model->evaluator(of.constituents, all);
+    std::vector<double> reported(all.size());
+    evaluator->reported(y, reported);
+    double units = phase.amount / std::accumulate(reported.begin(), reported.end(), 0.0);
+    if (of.kind() == ModelKind::SUBI) {
+        // From amounts of ions, of charges of vacancies, and of neutrals to site fractions.
+        const double first = y[0] + y[1];
+        const double q = (2.0 * y[0] + 3.0 * y[1]) / first;
+        y[3] /= q;
+        const double second = std::accumulate(y.begin() + 2, y.end(), 0.0);
+        for (std::size_t i = 0; i < y.size(); ++i) {
+            y[i] /= i < 2 ? first : second;
+        }
+        units *= second / q;
+    } else if (figure.y.size() > 8) {
+        const double sum = std::accumulate(y.begin(), y.end(), 0.0);
+        units *= sum;
+        for (double& value : y) {
+            value /= sum;
+        }
+    }
+    EXPECT_NEAR(units, figure.units, 1e-8 * figure.units);
+    ASSERT_EQ(y.size(), figure.y.size());
     for (std::size_t i = 0; i < figure.y.size(); ++i) {
-        EXPECT_NEAR(y[i] / sum, figure.y[i], 1e-8) << i;
+        EXPECT_NEAR(y[i], figure.y[i], 1e-8) << i;
     }
     for (std::size_t j = 0; j < figure.potentials.size(); ++j) {
         EXPECT_NEAR(result.potentials[j], figure.potentials[j], 1e-3) << j;
+    }
+    evaluator->set_state(solver.terms(), 1.0);
+    std::vector<double> log_y;
+    for (const double value : phase.internal) {
+        log_y.push_back(std::log(value));
+    }
+    std::vector<ThermalValue> potentials(log_y.size());
+    evaluator->mixing_thermal(phase.internal, log_y, potentials);
+    if (of.kind() == ModelKind::SUBI) {
+        const std::vector<ThermalValue> of_ions = potentials;
+        potentials.resize(all.size());
+        evaluator->reported_partials(phase.internal, of_ions, potentials);
+    }
+    for (std::size_t i = 0; i < figure.species.size(); ++i) {
+        EXPECT_NEAR(potentials[i].value, figure.species[i], 1e-2) << i;
     }
 }
 

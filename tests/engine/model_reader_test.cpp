@@ -67,6 +67,8 @@ TEST(SublatticeReader, RefusesWhatIsBroken) {
          "1: expected site number of sublattice 2 of 2, found 'x' (phase 'ETA')"},
         {"no constituents", good, "3 3", 1, "3 0", 0,
          "3: expected number of constituents of sublattice 2, found '0' (phase 'ETA')"},
+        {"number of a pair of sizes missing", good, "3 3", 1, "3\nx", 1,
+         "1: expected number of constituents of sublattice 2, found 'x' (phase 'ETA')"},
         {"product and header differ", good, "4 2 0 9 4", 1, "4 2 0 8 4", 34,
          "1: expected number of sublattices of 'ETA', found 'Cc:Va' (phase 'ETA')"},
         {"product and sizes differ", good, "3 3", 1, "2 3", 0,
@@ -225,6 +227,15 @@ TEST(IonicLiquidReader, NotesWhatIsSuspicious) {
     expect_notes(faults);
 }
 
+TEST(IonicLiquidReader, NotesNeutralsThatMixUnderTwoCations) {
+    const std::string good = ionic_liquid_text();
+    const auto system =
+        read(with_line(good, line_of(good, "1 5 6 1"), "1 5 6 1\n100 0 0 0 0 0\n3\n2 6 5 1"));
+    ASSERT_EQ(system->notes.size(), 1U);
+    EXPECT_EQ(system->notes[0].text, "several parameters among the neutrals Nn and BbXx3/2; they "
+                                     "add, whatever cations they name");
+}
+
 TEST(IonicLiquidReader, KeepsEachNeutralOncePerMole) {
     const auto system = read(ionic_liquid_text());
     const auto& constituents = system->phases[0].constituents;
@@ -282,6 +293,8 @@ TEST(PolynomialReader, RefusesWhatIsBroken) {
     const Fault faults[] = {
         {"equivalents missing", good, "1 1", 1, nullptr, 0,
          "1: expected equivalents and group of 'Aa', found 'Bb' (phase 'SLAG')"},
+        {"group no whole number", good, "1 1", 1, "1 1.5", 0,
+         "3: expected equivalents and group of 'Aa', found '1.5' (phase 'SLAG')"},
         {"equivalents not positive", good, "1 1", 1, "0 1", 0,
          "1: expected equivalents and group of 'Aa', found '0' (phase 'SLAG'); equivalents are "
          "positive"},
@@ -337,6 +350,14 @@ TEST(PolynomialReader, IgnoresOverrideLinesWithoutMeaning) {
     }
 }
 
+TEST(PolynomialReader, NotesAConstantConstituentWhereThereIsNoOtherSublattice) {
+    const auto system = read(polynomial_text("1 1 1", "-1\n1 2 3T1 1 2K 1 3T3 2 3 2\n"));
+    ASSERT_EQ(system->notes.size(), 1U);
+    EXPECT_EQ(system->notes[0].text, "override lines of a phase without sublattices end with 0");
+    const auto plain = read(polynomial_text("1 1 1", "-1\n1 2 3T1 1 2K 1 3T3 2 3 0\n"));
+    EXPECT_TRUE(system->phases[0].model->equals(*plain->phases[0].model));
+}
+
 TEST(PolynomialReader, TakesOverrideLinesWithAnyBlanks) {
     const auto one = read(polynomial_text("1 1 1", "-1\n1 2 3T1 1 2K 1 3T3 2 3 0\n"));
     const auto other =
@@ -359,6 +380,10 @@ TEST(QuasichemicalReader, RefusesWhatIsBroken) {
          "1: expected zeta of pair 'AaXx', found 'AaYy2' (phase 'SLAG')"},
         {"zeta for each pair where one is for all", good, "1 1 0 0 0", 1, "1 1 0 0 0\n2.4", 1,
          "1: expected species name (2 of 6 in SALT), found '2.4' (phase 'SALT')"},
+        {"number of lines missing", good, "6 7", 1, "6\nx", 1,
+         "1: expected number of lines of coordination numbers, found 'x' (phase 'SALT')"},
+        {"charge zero", good, "1 1 2", 1, "1 0 2", 0,
+         "3: expected charge of cation 'Bb', found '0' (phase 'SALT'); a charge is not zero"},
         {"number of pairs", good, "3 2", 1, "2 2", -25,
          "1: expected 4 pairs (2 x 2), found '6' (phase 'SALT')"},
         {"fewer than five numbers", good, "1 1 0 0 0", 1, "1 1\n", 2,

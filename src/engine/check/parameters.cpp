@@ -27,6 +27,8 @@ public:
                 check_terms(phase, own["interactions"], "the parameter", mixing, possible);
                 check_terms(phase, own["magnetic_interactions"], "the magnetic parameter", mixing,
                             possible);
+                check_polynomials(phase, own["polynomials"], mixing, possible);
+                check_quadruplet_terms(phase, own);
                 check_magnetism(phase, own);
             } else {
                 check_pure_magnetism(phase);
@@ -61,51 +63,135 @@ private:
         return names;
     }
 
+    /// What tells parameters apart, with the line of the first one of each kind.
+    using Seen = std::map<std::vector<double>, int>;
+
     void check_terms(const Phase& phase, const Description& terms, const std::string& what,
                      const std::vector<std::string>& mixing, const std::vector<char>& possible) {
-        std::map<std::vector<std::size_t>, int> seen; // with the line
+        Seen seen;
         for (const Description& term : terms.items()) {
             const int line = static_cast<int>(term["line"].number());
-            std::vector<std::size_t> on;
-            for (const Description& constituent : term["constituents"].items()) {
-                on.push_back(static_cast<std::size_t>(constituent.number()));
-            }
+            const std::vector<double> on = numbers(term["constituents"]);
             const std::string subject =
                 what + " on " + names(mixing, on) + " of " + of_phase(phase);
-            if (all_zero(term["sets"])) {
-                findings_.add(Rule::ZeroParameter, line, subject, "all its coefficients are zero");
+            check_zero(all_zero(term["sets"]), line, subject);
+            check_possible(on, mixing, possible, line, subject);
+            std::vector<double> key = on;
+            std::sort(key.begin(), key.end());
+            check_repeated(seen, key, line, subject, "");
+        }
+    }
+
+    /// Polynomials are sums of parameters with different powers.
+    void check_polynomials(const Phase& phase, const Description& terms,
+                           const std::vector<std::string>& mixing,
+                           const std::vector<char>& possible) {
+        Seen seen;
+        for (const Description& term : terms.items()) {
+            const int line = static_cast<int>(term["line"].number());
+            const std::vector<double> on = numbers(term["constituents"]);
+            const std::vector<double> powers = numbers(term["powers"]);
+            const std::string subject =
+                "the parameter on " + names(mixing, on) + " of " + of_phase(phase);
+            check_zero(zero(term["coefficients"]), line, subject);
+            check_possible(on, mixing, possible, line, subject);
+            std::vector<std::pair<double, double>> pairs;
+            for (std::size_t k = 0; k < on.size(); ++k) {
+                pairs.emplace_back(on[k], powers[k]);
             }
-            for (const std::size_t c : on) {
-                if (c < possible.size() && possible[c] == 0) {
-                    findings_.add(Rule::DeadParameter, line, subject,
-                                  quoted(mixing[c]) + " can never form");
+            std::sort(pairs.begin(), pairs.end());
+            std::vector<double> key = {number_or(term["constant"], -1.0)};
+            for (const auto& [constituent, power] : pairs) {
+                key.insert(key.end(), {constituent, power});
+            }
+            check_repeated(seen, key, line, subject, " with the same powers");
+        }
+    }
+
+    void check_quadruplet_terms(const Phase& phase, const Description& own) {
+        Seen seen;
+        for (const Description& term : own["quadruplet_terms"].items()) {
+            const int line = static_cast<int>(term["line"].number());
+            const std::string shape = term["shape"].text();
+            std::vector<double> key = {static_cast<double>(shape.front())};
+            std::string name;
+            for (std::size_t s = 0; s < 2; ++s) {
+                for (const double ion : numbers(term["quadruplet"].items()[s])) {
+                    const auto k = static_cast<std::size_t>(ion);
+                    name +=
+                        (name.empty() ? "" : "-") + own["sublattices"].items()[s].items()[k].text();
+                    key.push_back(ion);
+                }
+                key.push_back(number_or(term["more"].items()[s], -1.0));
+            }
+            for (const char* powers : {"powers", "more_powers"}) {
+                for (const double power : numbers(term[powers])) {
+                    key.push_back(power);
                 }
             }
-            std::sort(on.begin(), on.end());
-            const auto [before, first] = seen.try_emplace(on, line);
-            if (!first) {
-                findings_.add(Rule::RepeatedParameter, line, subject,
-                              "line " + std::to_string(before->second) +
-                                  " has a parameter on the same constituents");
+            const std::string subject =
+                "the parameter " + shape + " on " + name + " of " + of_phase(phase);
+            check_zero(zero(term["coefficients"]), line, subject);
+            check_repeated(seen, key, line, subject, " with the same powers");
+        }
+    }
+
+    void check_zero(bool all, int line, const std::string& subject) {
+        if (all) {
+            findings_.add(Rule::ZeroParameter, line, subject, "all its coefficients are zero");
+        }
+    }
+
+    void check_possible(const std::vector<double>& on, const std::vector<std::string>& mixing,
+                        const std::vector<char>& possible, int line, const std::string& subject) {
+        for (const double number : on) {
+            const auto c = static_cast<std::size_t>(number);
+            if (c < possible.size() && possible[c] == 0) {
+                findings_.add(Rule::DeadParameter, line, subject,
+                              quoted(mixing[c]) + " can never form");
             }
         }
+    }
+
+    void check_repeated(Seen& seen, const std::vector<double>& key, int line,
+                        const std::string& subject, const std::string& how) {
+        const auto [before, first] = seen.try_emplace(key, line);
+        if (!first) {
+            findings_.add(Rule::RepeatedParameter, line, subject,
+                          "line " + std::to_string(before->second) +
+                              " has a parameter on the same constituents" + how);
+        }
+    }
+
+    static std::vector<double> numbers(const Description& list) {
+        std::vector<double> result;
+        for (const Description& number : list.items()) {
+            result.push_back(number.number());
+        }
+        return result;
+    }
+
+    static double number_or(const Description& number, double otherwise) {
+        return std::holds_alternative<std::monostate>(number.value()) ? otherwise : number.number();
+    }
+
+    static bool zero(const Description& set) {
+        const Description::List& of = set.items();
+        return std::all_of(of.begin(), of.end(), [](const Description& coefficient) {
+            return coefficient.number() == 0.0;
+        });
     }
 
     static bool all_zero(const Description& sets) {
-        for (const Description& set : sets.items()) {
-            for (const Description& coefficient : set.items()) {
-                if (coefficient.number() != 0.0) {
-                    return false;
-                }
-            }
-        }
-        return true;
+        const Description::List& of = sets.items();
+        return std::all_of(of.begin(), of.end(), zero);
     }
 
     static std::string names(const std::vector<std::string>& mixing,
-                             const std::vector<std::size_t>& on) {
+                             const std::vector<double>& on) {
         std::string text;
-        for (const std::size_t c : on) {
+        for (const double number : on) {
+            const auto c = static_cast<std::size_t>(number);
             text += text.empty() ? "" : ", ";
             text += c < mixing.size() ? quoted(mixing[c]) : "number " + std::to_string(c + 1);
         }

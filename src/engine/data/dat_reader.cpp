@@ -119,7 +119,7 @@ void DatReader::read_components() {
     for (Component& component : system_->components) {
         const auto what = [&] { return "the molar mass of component '" + component.name + "'"; };
         component.molar_mass = tokens_.number(what);
-        component.mass_line = tokens_.last().line;
+        component.mass_line = tokens_.last_line();
         if (component.molar_mass < 0.0) {
             tokens_.fail_expected(what(), tokens_.last(), "a molar mass is not negative");
         }

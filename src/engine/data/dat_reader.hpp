@@ -93,8 +93,6 @@ private:
     void read_constituents(MixtureContext& block, bool magnetic_phase);
     template <class Coefficients>
     std::vector<InteractionTerm<Coefficients>> read_interactions(const MixtureContext& block);
-    /// Line of the word that comes next.
-    int next_line();
     template <class Coefficients>
     InteractionTerm<Coefficients> read_interaction(const MixtureContext& block, std::size_t order);
     ExcessCoefficients read_coefficients(const ExcessCoefficients*, int set);

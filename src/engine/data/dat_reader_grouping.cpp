@@ -138,7 +138,6 @@ void DatReader::read_polynomials(const MixtureContext& block, std::size_t least,
     std::size_t count = 0;
     for (;;) {
         tokens_.begin_record();
-        const std::optional<Token> next = tokens_.peek();
         const std::string expected = std::to_string(least) + ", " + std::to_string(least + 1) +
                                      ", 0 or -K with K override lines";
         const int order = tokens_.integer(expected, -ArraySizes::Most, static_cast<int>(least) + 1);
@@ -147,7 +146,7 @@ void DatReader::read_polynomials(const MixtureContext& block, std::size_t least,
             return;
         }
         if (order < static_cast<int>(least)) {
-            tokens_.fail_expected(expected, next);
+            tokens_.fail_expected(expected, tokens_.last());
         }
         read(static_cast<std::size_t>(order));
         limit_coefficients(block, ++count);
@@ -171,6 +170,7 @@ std::shared_ptr<const PhaseModel> DatReader::read_qkto(MixtureContext& block) {
         PolynomialTerm term;
         tokens_.begin_record();
         read_distinct(term.constituents, order, 1, block.count, block);
+        term.line = {tokens_.last_line()};
         for (std::size_t k = 0; k < order; ++k) {
             term.powers.push_back(read_exponent("exponent, a whole number of 0 or more"));
         }

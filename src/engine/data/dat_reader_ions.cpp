@@ -266,6 +266,7 @@ PolynomialTerm DatReader::read_ion_term(const MixtureContext& block,
     PolynomialTerm term;
     tokens_.begin_record();
     read_distinct(term.constituents, order, 1, phase.table.total(), block);
+    term.line = {tokens_.last_line()};
     const std::size_t s = phase.table.sublattice_of(term.constituents.front());
     if (std::any_of(term.constituents.begin(), term.constituents.end(),
                     [&](std::size_t c) { return phase.table.sublattice_of(c) != s; })) {

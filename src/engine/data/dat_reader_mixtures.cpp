@@ -74,17 +74,16 @@ DatReader::read_interactions(const MixtureContext& block) {
         tokens_.begin_record();
         const char* expected = "number of interacting constituents (2, 3 or 4), or 0 at the end "
                                "of the list";
-        const std::optional<Token> next = tokens_.peek();
         const int order = tokens_.integer(expected, -ArraySizes::Most, 4);
         if (order < 0) {
-            tokens_.fail_expected("0", next,
+            tokens_.fail_expected("0", tokens_.last(),
                                   "only polynomial and quasichemical phases have override lines");
         }
         if (order == 0) {
             return terms;
         }
         if (order == 1) {
-            tokens_.fail_expected(expected, next);
+            tokens_.fail_expected(expected, tokens_.last());
         }
         terms.push_back(read_interaction<Coefficients>(block, static_cast<std::size_t>(order)));
         total += terms.back().sets.size();
@@ -92,17 +91,12 @@ DatReader::read_interactions(const MixtureContext& block) {
     }
 }
 
-int DatReader::next_line() {
-    const std::optional<Token> next = tokens_.peek();
-    return next ? next->line : 0;
-}
-
 template <class Coefficients>
 InteractionTerm<Coefficients> DatReader::read_interaction(const MixtureContext& block,
                                                           std::size_t order) {
     InteractionTerm<Coefficients> term;
     tokens_.begin_record();
-    term.line.number = next_line();
+    term.line.number = tokens_.next_line();
     for (std::size_t k = 0; k < order; ++k) {
         const int c = tokens_.integer(
             [&] { return "number of a constituent, 1 to " + std::to_string(block.count); },
@@ -122,16 +116,15 @@ InteractionTerm<Coefficients> DatReader::read_interaction(const MixtureContext& 
         term.constituents.push_back(index);
     }
     const int sets = tokens_.integer("number of coefficient sets", 1, ArraySizes::Most);
-    const Token count = tokens_.last();
     if (order == 3 && sets != 1 && sets != 3) {
-        tokens_.fail_expected("1 or 3 coefficient sets", count);
+        tokens_.fail_expected("1 or 3 coefficient sets", tokens_.last());
     }
     if (order == 3 && sets == 1) {
-        tokens_.note(count.line, count.column,
+        tokens_.note(tokens_.last().line, tokens_.last().column,
                      "a ternary parameter with one set is taken as independent of composition");
     }
     if (order == 4 && sets > 1) {
-        tokens_.note(count.line, count.column,
+        tokens_.note(tokens_.last().line, tokens_.last().column,
                      "only the first set of a quaternary parameter has a meaning");
     }
     for (int q = 1; q <= sets; ++q) {

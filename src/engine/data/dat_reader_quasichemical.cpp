@@ -229,7 +229,6 @@ void DatReader::read_coordinations(QuasichemicalPhase& phase, std::size_t lines)
 void DatReader::read_quasichemical_terms(const MixtureContext& block, QuasichemicalPhase& phase) {
     for (;;) {
         tokens_.begin_record();
-        const std::optional<Token> next = tokens_.peek();
         const char* expected = "3, 4, 0 or -K with K override lines";
         const int kind = tokens_.integer(expected, -ArraySizes::Most, 4);
         if (kind <= 0) {
@@ -238,7 +237,7 @@ void DatReader::read_quasichemical_terms(const MixtureContext& block, Quasichemi
             return;
         }
         if (kind < 3) {
-            tokens_.fail_expected(expected, next);
+            tokens_.fail_expected(expected, tokens_.last());
         }
         phase.excess.push_back(read_quasichemical_term(phase));
         limit_coefficients(block, phase.excess.size());
@@ -256,6 +255,7 @@ QuasichemicalTerm DatReader::read_quasichemical_term(const QuasichemicalPhase& p
         tokens_.fail_expected("G, Q, B or R", code);
     }
     term.shape = shapes[shape];
+    term.line = {code.line};
     std::array<bool, 2> turned{};
     term.on = read_quadruplet(phase.table, turned);
     const Token at = tokens_.last();

@@ -68,12 +68,12 @@ void DatReader::read_range(Species& species, int r) {
     TemperatureFunction::Range range{};
     tokens_.begin_record();
     range.t_max = tokens_.number([&] { return of_range("temperature limit"); });
-    const Token limit = tokens_.last();
-    range.line = limit.line;
+    range.line = tokens_.last_line();
     if (range.t_max <= 0.0) {
-        tokens_.fail(limit, of_range("temperature limit") + " is not positive");
+        tokens_.fail(tokens_.last(), of_range("temperature limit") + " is not positive");
     }
     if (r > 1 && range.t_max < constituent.gibbs.ranges().back().t_max) {
+        const Token limit = tokens_.last();
         tokens_.note(limit.line, limit.column,
                      "temperature limit " + std::string(limit.text) + " of '" + constituent.name +
                          "' is below the previous limit",

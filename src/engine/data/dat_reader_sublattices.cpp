@@ -236,7 +236,7 @@ DatReader::read_site_interaction(const MixtureContext& block, const SiteTable& t
                                  std::size_t order, const PatternCheck& check) {
     InteractionTerm<Coefficients> term;
     tokens_.begin_record();
-    term.line.number = next_line();
+    term.line.number = tokens_.next_line();
     read_distinct(term.constituents, order, 1, table.total(), block);
     for (std::size_t s = 0; s < table.sublattices(); ++s) {
         if (std::none_of(term.constituents.begin(), term.constituents.end(),

@@ -104,6 +104,9 @@ public:
     /// The next word of the record without taking it; nothing at the end of the file.
     std::optional<Token> peek();
 
+    /// The line of that word, or 0 at the end of the file. It is not spelled for that.
+    int next_line() { return seek_line() ? line_ : 0; }
+
     /// Ends the last record and says whether anything but blank lines is left; the token shows it.
     std::optional<Token> after_end();
 
@@ -117,6 +120,8 @@ public:
 
     /// The word taken last; messages about its meaning point at it.
     const Token& last() const;
+    /// Its line; a number is not spelled for that.
+    int last_line() const { return last_untold_ ? last_line_ : last_.line; }
     const std::string& file() const { return file_; }
 
 private:

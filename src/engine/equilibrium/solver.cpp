@@ -34,6 +34,10 @@ constexpr int MostWaySteps = 60;
 constexpr int MostJoins = 30;
 /// Phases that are tried, one instead of the other, as the next to join.
 constexpr std::size_t MostTries = 4;
+/// Prices of the programme, in R T, that differ by less lead Newton's method to the same end; so
+/// many such starts in a row are given up.
+constexpr double SamePrices = 1e-9;
+constexpr int MostSameStarts = 2;
 
 } // namespace
 
@@ -536,7 +540,19 @@ bool Solver::solve_rounds() {
     for (int round = 0; round < CoarseRounds && refine(CoarseThreshold); ++round) {
         run_programme();
     }
+    std::vector<double> prices;
+    int same = 0;
     for (int round = 0; round < options_.round_limit; ++round) {
+        const std::span<const double> now = programme_.duals();
+        const bool as_before = std::equal(
+            now.begin(), now.end(), prices.begin(), prices.end(), [](double a, double b) {
+                return std::abs(a - b) <= SamePrices * std::max(1.0, std::abs(a));
+            });
+        same = as_before ? same + 1 : 0;
+        if (same > MostSameStarts) {
+            return false;
+        }
+        prices.assign(now.begin(), now.end());
         assemble();
         if (descend()) {
             return true;

@@ -49,6 +49,7 @@ Description describe_polynomials(const std::vector<PolynomialTerm>& terms) {
             {"powers", Description::list(term.powers)},
             {"constant", describe_number(term.constant)},
             {"coefficients", describe(term.coefficient)},
+            {"line", term.line.number},
         };
     });
 }

@@ -43,13 +43,15 @@ struct PolynomialTerm {
     std::vector<int> powers;
     std::optional<std::size_t> constant; ///< constituent of the other sublattice, if there is one
     ExcessCoefficients coefficient;
+    SourceLine line{};
 
     friend bool operator==(const PolynomialTerm&, const PolynomialTerm&) = default;
 };
 
 /// Adds "groups" and "overrides": the "triple", what is "asymmetric" and "constant", or nothing.
 void describe_grouping(const Grouping& grouping, Description& phase);
-/// Parameters with their "constituents", "powers", "constant" constituent and "coefficients".
+/// Parameters with their "constituents", "powers", "constant" constituent, "coefficients" and
+/// "line".
 Description describe_polynomials(const std::vector<PolynomialTerm>& terms);
 
 /// The constituents among which polynomial parameters mix, by equivalents z_i = s_i y_i.

@@ -575,6 +575,7 @@ void QuasichemicalModel::describe(Description& phase) const {
                 {"more_powers", Description::list(term.more_powers)},
                 {"more", Description::list(term.more, describe_number)},
                 {"coefficients", tessara::describe(term.coefficient)},
+                {"line", term.line.number},
             };
         }));
 }

@@ -45,6 +45,7 @@ struct QuasichemicalTerm {
     std::array<int, 2> more_powers{};               ///< of an additional cation, anion
     std::array<std::optional<std::size_t>, 2> more; ///< the additional ion, cation or anion
     ExcessCoefficients coefficient;
+    SourceLine line{};
 
     friend bool operator==(const QuasichemicalTerm&, const QuasichemicalTerm&) = default;
 };
