@@ -148,6 +148,7 @@ private:
     void complete_basis();
     void transform();
     void set_right_sides();
+    void refine_right_sides();
     void start_from_duals(std::span<const double> duals);
     void start_from_compositions();
     Outcome iterate();
