@@ -108,6 +108,9 @@ public:
     /// Potentials of the components over R T.
     std::span<const double> duals() const { return duals_; }
 
+    /// Whether some balance of what goes in is exactly zero, as that of H against O in water.
+    bool has_exact_balance() const;
+
     /// Sum of what goes in times the potentials: the Gibbs energy over R T of the state solved for.
     double gibbs() const;
 

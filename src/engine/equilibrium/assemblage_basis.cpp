@@ -307,6 +307,15 @@ bool Assemblage::open_is_empty() const {
                        [](double right) { return right == 0.0; });
 }
 
+bool Assemblage::has_exact_balance() const {
+    for (std::size_t k = 0; k < rank_; ++k) {
+        if (right_[k] == 0.0 && right_size_[k] > 0.0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 /// Whether the base of a block's contents is still about the most abundant.
 bool Assemblage::base_is_good(std::size_t b) {
     const Block& block = system_->blocks[b];
