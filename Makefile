@@ -69,7 +69,7 @@ test-release: $(VENV)/test-tools
 	$(CONFIGURE) --preset release -DTESSARA_BENCHMARKS=OFF
 	$(BIN)/cmake --build --preset release
 	$(BIN)/ctest --preset release --output-on-failure --parallel 2
-	build/release/tests/engine/engine_sweeps 100000
+	build/release/tests/engine/engine_sweeps 100000 whole
 
 FUZZ_SECONDS ?= 300
 FUZZ_OPTIONS = -max_total_time=$(FUZZ_SECONDS) -timeout=10 -rss_limit_mb=2048 -print_final_stats=1

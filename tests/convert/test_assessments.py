@@ -15,6 +15,8 @@ from tessara.convert import dat_writer, tdb_reader
 from tessara.convert.report import Report
 
 ASSESSMENTS = Path(__file__).parent / "assessments"
+# What the converter makes of them, for tests that read data files alone.
+DATA_FILES = Path(__file__).parents[1] / "engine" / "assessments"
 SYSTEMS = sorted(path.stem for path in ASSESSMENTS.glob("*.tdb"))
 # This one parameter changes at 1000 K; a data file has one range for it.
 LOST = {"c_fe": ["L(BCC_A2,FE:C,VA;0)"]}
@@ -39,6 +41,12 @@ def energy(file, phase, T, y):
         return mixture.G(T, y)
     # Substitutional: the sublattice that holds vacancies alone is left out.
     return mixture.G(T, [row for row in y if len(row) == len(mixture.names[0])][:1])
+
+
+@pytest.mark.parametrize("name", SYSTEMS)
+def test_data_files_of_other_tests_are_those_converted(name):
+    system = tdb_reader.parse(text_of(name), f"{name}.tdb", Report())
+    assert dat_writer.write(system) == (DATA_FILES / f"{name}.dat").read_text(encoding="ascii")
 
 
 @pytest.mark.parametrize("name", SYSTEMS)

@@ -175,6 +175,7 @@ class DataFile:
         assert self._integers(7) == [6, 1, 2, 3, 4, 5, 6]
         self.gas, self.solutions, self.pure = {}, {}, {}
         self.mixtures = {}
+        self.gas_name = ""
         for slot, count in enumerate(counts[:-1]):
             if count == 0:
                 continue
@@ -183,7 +184,7 @@ class DataFile:
             species = {r.name: r for r in (self._record(pure=False) for _ in range(count))}
             if slot == 0:
                 assert model == "IDMX"
-                self.gas = species
+                self.gas, self.gas_name = species, name
                 continue
             assert model in ("IDMX", "RKMP", "RKMPM", "SUBL", "SUBLM")
             sites, names, members = [1.0], [list(species)], [(k,) for k in range(count)]

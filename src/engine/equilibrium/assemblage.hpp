@@ -108,6 +108,9 @@ public:
     /// Potentials of the components over R T.
     std::span<const double> duals() const { return duals_; }
 
+    /// Whether some balance of what goes in is exactly zero, as that of H against O in water.
+    bool has_exact_balance() const;
+
     /// Sum of what goes in times the potentials: the Gibbs energy over R T of the state solved for.
     double gibbs() const;
 
@@ -148,6 +151,7 @@ private:
     void complete_basis();
     void transform();
     void set_right_sides();
+    void refine_right_sides();
     void start_from_duals(std::span<const double> duals);
     void start_from_compositions();
     Outcome iterate();

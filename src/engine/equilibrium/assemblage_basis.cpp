@@ -12,8 +12,31 @@ namespace {
 
 /// Entries of an inverted basis below this share of the largest are rounding.
 constexpr double RoundingOfInverse = 1e-12;
+/// A right-hand side below this share of its terms has lost digits.
+constexpr double Cancelled = 1e-3;
+/// Each doubles the digits.
+constexpr int RefiningRounds = 3;
 /// A basis member may be rarer by this factor (ln) than a species that could take its place.
 constexpr double MemberLag = 5.0;
+
+/// A sum with twice the digits of a double.
+struct TwoFold {
+    double high = 0.0;
+    double low = 0.0;
+
+    void add(double value) {
+        const double sum = high + value;
+        const double part = sum - high;
+        low += (high - (sum - part)) + (value - part);
+        high = sum + low;
+        low += sum - high;
+    }
+    void add_product(double a, double b) {
+        const double product = a * b;
+        add(product);
+        add(std::fma(a, b, -product));
+    }
+};
 
 } // namespace
 
@@ -187,9 +210,94 @@ void Assemblage::set_right_sides() {
         }
     }
     for (std::size_t k = 0; k < r; ++k) {
-        if (std::abs(right_[k]) <= ZeroTolerance * right_size_[k]) {
-            right_[k] = 0.0;
+        if (std::abs(right_[k]) <= Cancelled * right_size_[k] && right_size_[k] > 0.0) {
+            refine_right_sides();
+            return;
         }
+    }
+}
+
+/// The right-hand sides where some are differences of larger amounts, with twice the digits.
+///
+/// What is zero but for rounding of the input is made exactly zero. The rounding is taken to be
+/// that of the component that takes the largest part in the difference, and follows it into the
+/// other sides: the trace of H2 over AlN must not take up what 1 mol Al and 1 mol N differ by.
+void Assemblage::refine_right_sides() {
+    const std::size_t r = rank_;
+    std::vector<TwoFold> input(r);
+    std::vector<double> input_size(r, 0.0);
+    for (const Feed& feed : *feeds_) {
+        for (std::size_t j = 0; j < r; ++j) {
+            const double a = feed.stoichiometry[rows_.pivot(j)];
+            input[j].add_product(feed.amount, a);
+            input_size[j] += std::abs(feed.amount * a);
+        }
+    }
+    std::vector<TwoFold> right(r);
+    for (int round = 0; round < RefiningRounds; ++round) {
+        std::vector<TwoFold> rest = input;
+        for (std::size_t k = 0; k < r; ++k) {
+            const std::span<const double> row = member_stoichiometry(basis_[k]);
+            for (std::size_t j = 0; j < r; ++j) {
+                const double a = row[rows_.pivot(j)];
+                rest[j].add_product(-right[k].high, a);
+                rest[j].add_product(-right[k].low, a);
+            }
+        }
+        for (std::size_t k = 0; k < r; ++k) {
+            for (std::size_t j = 0; j < r; ++j) {
+                right[k].add_product(rest[j].high, inverse_[j * r + k]);
+            }
+        }
+    }
+    std::vector<double> parts = inverse_; // of each component in each side
+    std::vector<char> done(r, 0);
+    while (true) {
+        std::size_t zero = r;
+        double least = ZeroTolerance;
+        for (std::size_t k = 0; k < r; ++k) {
+            double size = 0.0;
+            for (std::size_t j = 0; j < r; ++j) {
+                size += input_size[j] * std::abs(parts[j * r + k]);
+            }
+            right_size_[k] = done[k] != 0 ? right_size_[k] : size;
+            if (done[k] == 0 && std::abs(right[k].high) <= least * size) {
+                zero = k;
+                least = size > 0.0 ? std::abs(right[k].high) / size : 0.0;
+            }
+        }
+        if (zero == r) {
+            break;
+        }
+        done[zero] = 1;
+        std::size_t from = 0;
+        for (std::size_t j = 1; j < r; ++j) {
+            if (input_size[j] * std::abs(parts[j * r + zero]) >
+                input_size[from] * std::abs(parts[from * r + zero])) {
+                from = j;
+            }
+        }
+        const double pivot = parts[from * r + zero];
+        for (std::size_t k = 0; k < r; ++k) {
+            const double ratio = done[k] != 0 || pivot == 0.0 ? 0.0 : parts[from * r + k] / pivot;
+            if (ratio == 0.0) {
+                continue;
+            }
+            right[k].add_product(-ratio, right[zero].high);
+            double largest = 0.0;
+            for (std::size_t j = 0; j < r; ++j) {
+                largest = std::max(largest, std::abs(parts[j * r + k]));
+            }
+            for (std::size_t j = 0; j < r; ++j) {
+                double& part = parts[j * r + k];
+                part -= ratio * parts[j * r + zero];
+                part = std::abs(part) <= RoundingOfInverse * largest ? 0.0 : part;
+            }
+        }
+        right[zero] = {};
+    }
+    for (std::size_t k = 0; k < r; ++k) {
+        right_[k] = right[k].high;
     }
 }
 
@@ -197,6 +305,15 @@ void Assemblage::set_right_sides() {
 bool Assemblage::open_is_empty() const {
     return std::all_of(right_.begin() + static_cast<std::ptrdiff_t>(spanned_), right_.end(),
                        [](double right) { return right == 0.0; });
+}
+
+bool Assemblage::has_exact_balance() const {
+    for (std::size_t k = 0; k < rank_; ++k) {
+        if (right_[k] == 0.0 && right_size_[k] > 0.0) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// Whether the base of a block's contents is still about the most abundant.

@@ -17,7 +17,7 @@ constexpr double PivotTolerance = 1e-9;
 /// A level counts as zero below this multiple of the sum of its absolute terms.
 constexpr double LevelTolerance = 64.0 * Epsilon;
 /// Share of a row's absolute terms that may be left without a species to hold it.
-constexpr double FeasibilityTolerance = 1e-11;
+constexpr double FeasibilityTolerance = 1e-13;
 constexpr int RefactorInterval = 40;
 /// Degenerate pivots in a row after which the choice follows Bland's rule, which cannot cycle.
 constexpr int BlandAfter = 12;
@@ -257,8 +257,8 @@ LinearProgramme::Status LinearProgramme::improve(bool first_phase) {
             const auto rank = [&](std::size_t row) {
                 return bland ? -static_cast<double>(basis_[row]) : std::abs(work_[row]);
             };
-            if (leaving == Artificial || ratio < least * (1.0 - 1e-12) ||
-                (ratio <= least * (1.0 + 1e-12) && rank(k) > rank(leaving))) {
+            if (leaving == Artificial || ratio < least * (1.0 - LevelTolerance) ||
+                (ratio <= least * (1.0 + LevelTolerance) && rank(k) > rank(leaving))) {
                 leaving = k;
                 least = ratio;
             }

@@ -54,7 +54,7 @@ const Equilibrium& Solver::solve(const EquilibriumConditions& conditions, Start 
     iterations_ = 0;
     prepare(conditions);
     const bool can_start = std::exchange(assemblage_is_start_, false);
-    if (start == Start::Cold || !can_start || !solve_warm()) {
+    if (start == Start::Cold || !can_start || !solve_warm() || holds_impossible()) {
         solve_cold(conditions);
     }
     make_result(conditions);
@@ -379,6 +379,20 @@ bool Solver::close_open_potentials() {
 
 bool Solver::solve_warm() {
     return settle({}) && stable_phases_hold() && improve();
+}
+
+/// Whether a warm start has kept species in that exact ratios of what goes in leave no room for.
+bool Solver::holds_impossible() {
+    if (excluded_known_ || !assemblage_.has_exact_balance()) {
+        return false;
+    }
+    start_programme();
+    run_programme();
+    if (exclude_impossible()) {
+        return true;
+    }
+    excluded_known_ = true;
+    return false;
 }
 
 void Solver::solve_cold(const EquilibriumConditions& conditions) {

@@ -68,6 +68,8 @@ public:
     const TemperatureTerms& terms() const { return terms_; }
 
 private:
+    friend struct SolverFaults; // tests spoil results with it, and see them caught
+
     /// A composition of a mixture phase as a column of the linear programme.
     struct Column {
         std::size_t block;
@@ -101,6 +103,7 @@ private:
 
     // Newton's method and what follows it.
     bool solve_warm();
+    bool holds_impossible();
     void solve_cold(const EquilibriumConditions& conditions);
     bool solve_rounds();
     bool settle(std::span<const double> start_duals);
