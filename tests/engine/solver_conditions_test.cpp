@@ -35,6 +35,20 @@ GivenPotential given(const System& system, const std::string& component, GivenPo
     return {IncomingAmount::NoPhase, component_index(system, component), kind, value};
 }
 
+TEST(VolumeData, AreOnlyRightAtTheirPressure) {
+    const auto system = read("volumes\n1 1 0 2\nA\n10\n6 1 2 3 4 5 6\n6 1 2 3 4 5 6\n"
+                             "A(s)\n3 1 1\n6000 -1000 -40 0 0 0 0\n1 2 3 4 5 6 7 8 9 10 11\n"
+                             "A(l)\n1 1 1\n6000 0 -40 0 0 0 0\n");
+    Solver solver(system);
+    EquilibriumConditions in = conditions(*system, 1000.0, 1.0, {{"A", 1.0}});
+    EXPECT_EQ(message(solver, in), "solved");
+    in = conditions(*system, 1000.0, 2.0, {{"A", 1.0}});
+    EXPECT_EQ(message(solver, in), "'A(s)' in phase 'A(s)' has volume data, which are not "
+                                   "evaluated: set P to 1 bar, or eliminate the phase");
+    in.phases = {Participation::Eliminated, Participation::Entered};
+    EXPECT_EQ(message(solver, in), "solved");
+}
+
 TEST(GivenActivity, OpensTheSystemAndTheAmountComesOut) {
     const auto system = carbon_and_oxygen().read();
     Solver solver(system);
