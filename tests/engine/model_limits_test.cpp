@@ -429,8 +429,9 @@ TEST(QuasichemicalFigures, OfCoordinationNumbersAndContents) {
     };
     const auto evaluator = evaluator_of(system->phases[0], *system, 1700.0);
     const Variables& variables = *evaluator->variables();
+    const CoordinationNumbers numbers(model.phase());
     for (const auto& row : rows) {
-        const Coordination& z = CoordinationNumbers(model.phase()).of(all[row.quadruplet]);
+        const Coordination& z = numbers.of(all[row.quadruplet]);
         EXPECT_EQ(variables.names[row.quadruplet], row.name);
         for (std::size_t k = 0; k < 4; ++k) {
             EXPECT_NEAR(z[k / 2][k % 2], row.z[k], 1e-12 * row.z[k]) << row.name;
