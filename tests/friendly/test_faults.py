@@ -17,14 +17,20 @@ from elf import Elf
 SWEEP = Path(__file__).parent / "faults" / "sweep.py"
 FILE = Path(os.environ["TESSARA_FRIENDLY_FAULTS"]).resolve()
 
-# What cannot fail, or fails only in what it says of another failure.
+# What cannot fail, fails only in what it says of another failure, or is only compared with.
 NEVER_FAILING = {
     *("PyDict_Next", "PyDict_Size", "PyErr_Clear", "PyErr_ExceptionMatches", "PyErr_Fetch"),
     *("PyErr_Format", "PyErr_GivenExceptionMatches", "PyErr_NoMemory", "PyErr_NormalizeException"),
     *("PyErr_Occurred", "PyErr_Restore", "PyErr_SetHandledException", "PyErr_SetImportError"),
     *("PyErr_SetObject", "PyErr_SetString", "PyException_SetTraceback", "PyImport_GetModuleDict"),
     *("PyInterpreterState_Get", "PyModule_GetDict", "PyObject_ClearWeakRefs"),
-    *("PyObject_GC_UnTrack", "PyThreadState_Get", "PyType_IsSubtype", "PyUnicode_Compare"),
+    *(
+        "PyObject_GC_UnTrack",
+        "PyObject_GenericSetAttr",
+        "PyThreadState_Get",
+        "PyType_IsSubtype",
+        "PyUnicode_Compare",
+    ),
     *("Py_LeaveRecursiveCall", "_PyErr_SetKeyError", "_PyType_Lookup", "_Py_Dealloc"),
 }
 DATA = re.compile(r"Py\w+_Type|PyExc_\w+|_Py_\w+Struct")

@@ -1,6 +1,7 @@
 """Makes the package that these tests import: the extension between recording stand-ins."""
 
 import atexit
+import gc
 import os
 import shutil
 import sys
@@ -29,6 +30,11 @@ _make_package()
 import tessara.basic  # noqa: E402
 import tessara.core  # noqa: E402
 import tessara.friendly  # noqa: E402
+
+# What is there by now stays. Tests that count references and memory collect garbage thousands of
+# times, and then need not look through all that pytest is made of.
+gc.collect()
+gc.freeze()
 
 AT_IMPORT = list(tessara.basic.library.calls)
 CLASSES = [

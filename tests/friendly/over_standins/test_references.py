@@ -12,7 +12,7 @@ import tessara.friendly
 
 METHODS = friendly_calls.own_callables(tessara.friendly)
 # Under the sanitizers memory comes from `malloc`, and everything takes several times as long.
-REPETITIONS = 3 if os.environ.get("PYTHONMALLOC") == "malloc" else 50
+REPETITIONS = 3 if os.environ.get("PYTHONMALLOC") == "malloc" else 20
 ROUNDS = 20
 
 
