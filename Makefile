@@ -34,8 +34,9 @@ PYTEST = pytest -n auto -p no:benchmark
 SANITIZED_SAMPLES = TESSARA_CORES=standin TESSARA_RANDOM_CALLS=2500
 
 .NOTPARALLEL:
-# What calls the compiled modules in many ways; `test-long` runs all that reaches them.
-SANITIZED_TESTS = tests/basic tests/friendly tests/system/test_classes.py \
+# What calls the compiled modules in many ways, the longest first; `test-long` runs all that reaches
+# them.
+SANITIZED_TESTS = tests/friendly tests/basic tests/system/test_classes.py \
 	tests/system/test_queries.py tests/system/test_result_objects.py tests/system/test_streams.py
 
 .PHONY: demo test test-python test-sanitized test-long test-release test-fuzz lint benchmark clean
@@ -60,7 +61,7 @@ test-sanitized: $(VENV)/test-tools
 	$(SANITIZED) $(SANITIZED_SAMPLES) TESSARA_FRIENDLY_FAULTS="$(SANITIZED_FAULTS)" \
 		$(BIN)/$(PYTEST) $(SANITIZED_TESTS)
 
-test-long: SANITIZED_TESTS = tests/basic tests/friendly tests/system
+test-long: SANITIZED_TESTS = tests/friendly tests/basic tests/system
 test-long: SANITIZED_SAMPLES =
 test-long: test test-release test-fuzz
 	$(BIN)/pytest -m long
