@@ -28,7 +28,7 @@ SANITIZED = PYTHONPATH=$(SANITIZED_SITE) PYTHONMALLOC=malloc ASAN_OPTIONS=detect
 	LD_PRELOAD="$$($(CXX) -print-file-name=libasan.so) $$($(CXX) -print-file-name=libubsan.so)"
 
 # Tests run side by side; benchmarks have a run of their own.
-PYTEST = pytest -n auto -p no:benchmark
+PYTEST = pytest -n auto --dist worksteal -p no:benchmark
 
 # Tests that have run without the sanitizers take smaller samples with them.
 SANITIZED_SAMPLES = TESSARA_CORES=standin TESSARA_RANDOM_CALLS=2500
