@@ -8,6 +8,7 @@
 #include "engine/units/constants.hpp"
 
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 #include <stdexcept>
 
@@ -31,13 +32,10 @@ Z coefficient(const ExcessCoefficients& c, Z t, double p) {
 
 Z power(Z base, int exponent) {
     Z result = 1.0;
-    for (int k = 0; k < exponent; ++k) {
+    for (int k = std::abs(exponent); k > 0; --k) {
         result *= base;
     }
-    for (int k = 0; k > exponent; --k) {
-        result /= base;
-    }
-    return result;
+    return exponent < 0 ? 1.0 / result : result;
 }
 
 Z x_ln_x(Z x) {

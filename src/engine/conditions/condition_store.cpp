@@ -81,12 +81,6 @@ std::string heading(const System& system, const VariableDescription& description
            (place.kind == Kind::System ? "the system" : place_text(system, place));
 }
 
-double molar_mass_of(const System& system, const Place& place) {
-    return place.kind == Kind::Component
-               ? system.components[place.index].molar_mass
-               : system.phases[place.phase].constituents[place.index].molar_mass;
-}
-
 unsigned bit_of(Kind kind) {
     switch (kind) {
     case Kind::System:
@@ -321,8 +315,9 @@ ConditionStore::Slot ConditionStore::slot(ConditionVariable variable, const Plac
 
 std::vector<Condition> requirements(const ConditionStore& conditions) {
     std::vector<Condition> list = conditions.in_order();
-    std::erase_if(list,
-                  [](const Condition& condition) { return describe(condition.variable).used; });
+    std::erase_if(list, [](const Condition& condition) {
+        return ConditionStore::used_without_target(condition.variable);
+    });
     return list;
 }
 

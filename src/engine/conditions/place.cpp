@@ -2,6 +2,12 @@
 
 namespace tessara {
 
+double molar_mass_of(const System& system, const Place& place) {
+    return place.kind == Place::Kind::Component
+               ? system.components[place.index].molar_mass
+               : system.phases[place.phase].constituents[place.index].molar_mass;
+}
+
 const char* kind_text(Place::Kind kind) {
     switch (kind) {
     case Place::Kind::System:

@@ -29,6 +29,9 @@ struct Place {
     friend auto operator<=>(const Place&, const Place&) = default;
 };
 
+/// g per mole of a component or a constituent.
+double molar_mass_of(const System& system, const Place& place);
+
 /// The kind of a place in words: "a phase".
 const char* kind_text(Place::Kind kind);
 

@@ -79,6 +79,7 @@ private:
     void read_mixture(std::size_t slot, std::size_t count);
     std::shared_ptr<const PhaseModel> read_idmx(MixtureContext& block);
     std::shared_ptr<const PhaseModel> read_rkmp(MixtureContext& block);
+    MagneticMixture read_magnetic_constituents(MixtureContext& block);
     std::shared_ptr<const PhaseModel> read_rkmpm(MixtureContext& block);
     std::shared_ptr<const PhaseModel> read_qkto(MixtureContext& block);
     std::shared_ptr<const PhaseModel> read_subl(MixtureContext& block);

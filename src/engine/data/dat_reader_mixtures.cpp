@@ -53,12 +53,18 @@ std::shared_ptr<const PhaseModel> DatReader::read_rkmp(MixtureContext& block) {
         block.count, read_interactions<ExcessCoefficients>(block), std::nullopt);
 }
 
-std::shared_ptr<const PhaseModel> DatReader::read_rkmpm(MixtureContext& block) {
+/// The factors of a magnetic phase and its constituents; interactions follow in some models.
+MagneticMixture DatReader::read_magnetic_constituents(MixtureContext& block) {
     MagneticMixture magnetic;
     tokens_.begin_record();
     magnetic.factors = read_factors("phase '" + block.phase.name + "'");
     read_constituents(block, true);
     magnetic.constituents = block.magnetic;
+    return magnetic;
+}
+
+std::shared_ptr<const PhaseModel> DatReader::read_rkmpm(MixtureContext& block) {
+    MagneticMixture magnetic = read_magnetic_constituents(block);
     magnetic.terms = read_interactions<MagneticNumbers>(block);
     return std::make_shared<RedlichKisterModel>(
         block.count, read_interactions<ExcessCoefficients>(block), std::move(magnetic));

@@ -336,12 +336,7 @@ std::shared_ptr<const PhaseModel> DatReader::read_subl(MixtureContext& block) {
 }
 
 std::shared_ptr<const PhaseModel> DatReader::read_sublm(MixtureContext& block) {
-    MagneticMixture magnetic;
-    tokens_.begin_record();
-    magnetic.factors = read_factors("phase '" + block.phase.name + "'");
-    read_constituents(block, true);
-    magnetic.constituents = block.magnetic;
-    return read_sublattices(block, std::move(magnetic));
+    return read_sublattices(block, read_magnetic_constituents(block));
 }
 
 /// What follows the end members.

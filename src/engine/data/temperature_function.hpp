@@ -22,6 +22,10 @@ struct ThermalValue {
     }
 };
 
+/// The three numbers of a thermal value, for what treats them alike.
+inline constexpr double ThermalValue::*ThermalParts[] = {&ThermalValue::value, &ThermalValue::d_t,
+                                                         &ThermalValue::d_tt};
+
 /// The exponent by which a data file writes ln T among the extra terms.
 inline constexpr double LogarithmExponent = 99.0;
 

@@ -42,7 +42,16 @@ constexpr int MostSameStarts = 2;
 } // namespace
 
 Solver::Solver(std::shared_ptr<const System> system)
-    : system_(std::move(system)), terms_(system_->terms()) {}
+    : system_(std::move(system)), terms_(system_->terms()) {
+    for (std::size_t i = 0; i < system_->phases.size(); ++i) {
+        const Phase& phase = system_->phases[i];
+        for (std::size_t c = 0; !phase.gas && c < phase.constituents.size(); ++c) {
+            if (phase.constituents[c].has_volume_data) {
+                with_volume_data_.emplace_back(i, c);
+            }
+        }
+    }
+}
 
 void Solver::set_options(const Options& options) {
     options_ = options;

@@ -8,6 +8,7 @@
 #include "engine/equilibrium/phase_search.hpp"
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace tessara {
@@ -80,6 +81,7 @@ private:
     // Conditions.
     void collect_feeds(const EquilibriumConditions& conditions);
     void collect_reservoirs(const EquilibriumConditions& conditions);
+    void refuse_volume_data(const EquilibriumConditions& conditions) const;
     void prepare(const EquilibriumConditions& conditions);
     void activate(const EquilibriumConditions& conditions);
     void reduce_inputs();
@@ -128,6 +130,8 @@ private:
     void certify_variables(const MixtureSet& set, double m, std::span<const double> hessian);
 
     std::shared_ptr<const System> system_;
+    /// Phase and constituent of the records with volume data, outside of gases.
+    std::vector<std::pair<std::size_t, std::size_t>> with_volume_data_;
     Options options_;
     TemperatureTerms terms_;
     double p_ = 0.0;

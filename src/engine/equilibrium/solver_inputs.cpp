@@ -16,28 +16,6 @@ constexpr std::size_t NoPhase = IncomingAmount::NoPhase;
 /// Pressures that differ from that of the records by less, relative to it, are the same.
 constexpr double SamePressure = 1e-6;
 
-/// Records with volume data are right at the pressure that they are for; what the data would say of
-/// others is not known.
-void refuse_volume_data(const System& system, const EquilibriumConditions& conditions) {
-    if (std::abs(conditions.p / ReferencePressure - 1.0) <= SamePressure) {
-        return;
-    }
-    for (std::size_t i = 0; i < system.phases.size(); ++i) {
-        const Phase& phase = system.phases[i];
-        if (phase.gas ||
-            (i < conditions.phases.size() && conditions.phases[i] == Participation::Eliminated)) {
-            continue;
-        }
-        for (const Constituent& one : phase.constituents) {
-            if (one.has_volume_data) {
-                throw SolveError("'" + one.name + "' in phase '" + phase.name +
-                                 "' has volume data, which are not evaluated: set P to 1 bar, or "
-                                 "eliminate the phase");
-            }
-        }
-    }
-}
-
 } // namespace
 
 // --- conditions ---
@@ -118,6 +96,22 @@ void Solver::collect_reservoirs(const EquilibriumConditions& conditions) {
     }
 }
 
+/// Records with volume data are right at the pressure that they are for; what the data would say of
+/// others is not known.
+void Solver::refuse_volume_data(const EquilibriumConditions& conditions) const {
+    if (std::abs(conditions.p / ReferencePressure - 1.0) <= SamePressure) {
+        return;
+    }
+    for (const auto& [phase, constituent] : with_volume_data_) {
+        if (conditions.of_phase(phase) != Participation::Eliminated) {
+            const Phase& of = system_->phases[phase];
+            throw SolveError("'" + of.constituents[constituent].name + "' in phase '" + of.name +
+                             "' has volume data, which are not evaluated: set P to 1 bar, or "
+                             "eliminate the phase");
+        }
+    }
+}
+
 /// Makes ready all that does not depend on the start.
 void Solver::prepare(const EquilibriumConditions& conditions) {
     if (!(conditions.t > 0.0) || !std::isfinite(conditions.t)) {
@@ -128,7 +122,7 @@ void Solver::prepare(const EquilibriumConditions& conditions) {
         throw SolveError("the pressure " + quoted_number(conditions.p) +
                          " Pa is not a positive number");
     }
-    refuse_volume_data(*system_, conditions);
+    refuse_volume_data(conditions);
     programme_ready_ = false;
     if (conditions.t != terms_.t) {
         terms_.set(conditions.t);

@@ -8,9 +8,6 @@
 namespace tessara {
 namespace {
 
-constexpr double ThermalValue::*Parts[] = {&ThermalValue::value, &ThermalValue::d_t,
-                                           &ThermalValue::d_tt};
-
 double pressure_part(const ExcessCoefficients& c, double pressure) {
     return (c.p + c.p2 * pressure) * pressure;
 }
@@ -172,7 +169,7 @@ ThermalValue FormEvaluator::gradient_thermal(std::span<const double> y,
     selected_.resize(thermal_.size());
     // The value and its two T derivatives mix alike, one after the other.
     ThermalValue total;
-    for (auto part : Parts) {
+    for (auto part : ThermalParts) {
         for (std::size_t k = 0; k < thermal_.size(); ++k) {
             selected_[k] = thermal_[k].*part;
         }
@@ -198,7 +195,7 @@ ThermalValue FormEvaluator::gradient_thermal(std::span<const double> y,
 ThermalValue FormEvaluator::mixing_thermal(std::span<const double> y, std::span<const double> log_y,
                                            std::span<ThermalValue> partial) const {
     const ThermalValue total = gradient_thermal(y, log_y, partial);
-    for (auto part : Parts) {
+    for (auto part : ThermalParts) {
         gradient_to_partials(phase_.variables.constraints, y, total.*part, group_sums_,
                              [&](std::size_t i) -> double& { return partial[i].*part; });
     }

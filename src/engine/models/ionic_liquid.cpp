@@ -13,8 +13,6 @@ using Factor = FormProducts::Factor;
 using Factors = std::vector<Factor>;
 constexpr std::size_t None = FormProducts::None;
 
-constexpr double ThermalValue::*Parts[] = {&ThermalValue::value, &ThermalValue::d_t,
-                                           &ThermalValue::d_tt};
 constexpr double LeastTotal = 1e-290;
 
 /// The pairs of ions as a table over the cations and over the anions and vacancy, with the species
@@ -246,7 +244,7 @@ public:
                                 std::span<ThermalValue> partial) const override {
         enter(y, log_y);
         const ThermalValue total = inner_.gradient_thermal(y_, log_y_, partial);
-        for (auto part : Parts) {
+        for (auto part : ThermalParts) {
             const auto get = [&](std::size_t i) -> double& { return partial[i].*part; };
             carry(get);
             gradient_to_partials(constraints_, y, total.*part, sums_, get);

@@ -285,10 +285,8 @@ public:
             thermal_[k].value += (c.p + c.p2 * pressure_) * pressure_;
         }
         // The value and its two T derivatives mix alike, one after the other.
-        constexpr double ThermalValue::*parts[] = {&ThermalValue::value, &ThermalValue::d_t,
-                                                   &ThermalValue::d_tt};
         ThermalValue total;
-        for (auto part : parts) {
+        for (auto part : ThermalParts) {
             for (std::size_t k = 0; k < thermal_.size(); ++k) {
                 selected_[k] = thermal_[k].*part;
             }
@@ -301,7 +299,7 @@ public:
         if (magnetic_) {
             magnetic_->add_thermal(t_, x, total, partial);
         }
-        for (auto part : parts) {
+        for (auto part : ThermalParts) {
             double mean = 0.0;
             for (std::size_t i = 0; i < size_; ++i) {
                 mean += x[i] * (partial[i].*part);

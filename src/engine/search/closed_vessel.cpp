@@ -9,8 +9,7 @@
 namespace tessara {
 namespace {
 
-/// ln of pressures in Pa: down to 1e-300 bar, and beyond what any gas is ideal at.
-constexpr Reach Pressures{-680.0, 60.0};
+/// Of ln P.
 constexpr double FirstStep = 0.5;
 /// Volumes that no gas comes near to are taken to be none.
 constexpr double LeastLogarithm = -800.0;
@@ -40,10 +39,11 @@ Equilibrium solve_closed_vessel(Solver& solver, const StateRequest& request,
         const double volume = volume_of(equilibrium);
         return (volume > 0.0 ? std::log(volume) : LeastLogarithm) - std::log(wanted);
     });
+    const Reach pressures = reach_of(Path::Variable::Pressure);
     std::optional<PathState> nearest;
     const double guess = std::log(request.conditions.p);
     const std::optional<SignChange> change =
-        search_outward(search, guess, FirstStep, Pressures, nearest);
+        search_outward(search, guess, FirstStep, pressures, nearest);
     std::optional<PathState> found;
     if (change) {
         // Between two limits at one change of phases it is the volume itself that is shared out.
@@ -53,7 +53,7 @@ Equilibrium solve_closed_vessel(Solver& solver, const StateRequest& request,
     }
     if (!found) {
         throw SolveError(
-            "no pressure between 1e-300 bar and " + number_text(std::exp(Pressures.high) * 1e-5) +
+            "no pressure between 1e-300 bar and " + number_text(std::exp(pressures.high) * 1e-5) +
             " bar gives the volume " + number_text(wanted) + " m3" +
             (nearest ? "; the nearest is " + number_text(volume_of(nearest->equilibrium)) +
                            " m3 at " + number_text(nearest->equilibrium.p * 1e-5) + " bar"

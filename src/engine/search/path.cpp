@@ -53,6 +53,11 @@ std::string Path::text(double point) const {
     return number_text(100.0 * point) + " % of the way";
 }
 
+double Path::amount(std::size_t k, double point) const {
+    const double lower = moved_[k].at.amount;
+    return point == 1.0 ? moved_[k].upper : lower + point * (moved_[k].upper - lower);
+}
+
 const StateRequest& Path::at(double point) {
     EquilibriumConditions& conditions = request_.conditions;
     switch (variable_) {
@@ -67,10 +72,7 @@ const StateRequest& Path::at(double point) {
         break;
     case Variable::Amounts:
         for (std::size_t k = 0; k < moved_.size(); ++k) {
-            const double lower = moved_[k].at.amount;
-            // Exact at both ends.
-            conditions.amounts[entries_[k]].amount =
-                point == 1.0 ? moved_[k].upper : lower + point * (moved_[k].upper - lower);
+            conditions.amounts[entries_[k]].amount = amount(k, point);
         }
         break;
     }

@@ -34,6 +34,8 @@ public:
 
     Variable variable() const { return variable_; }
     const std::vector<MovedAmount>& moved() const { return moved_; }
+    /// The k-th of the moved amounts at a point, mol; exact at both ends.
+    double amount(std::size_t k, double point) const;
 
     /// The point at which the variable has this value, in K, Pa, m^3, or as a share.
     double point(double value) const;

@@ -59,6 +59,49 @@ std::optional<PathState> smooth_zero(PathSolver& solver, PathState& one, PathSta
     return std::abs(one.measure) <= std::abs(other.measure) ? one : other;
 }
 
+/// Brings two states with different phases nearer to each other, by way of the first change of
+/// phases between them where that can be solved for, else by halving. False where both are limits
+/// at one change.
+bool narrow(PathSolver& solver, PathState& one, PathState& other) {
+    PathState& lower = one.point < other.point ? one : other;
+    PathState& upper = one.point < other.point ? other : one;
+    std::optional<Transition> at = locate(solver, lower, upper);
+    if (!at) {
+        const double point = one.point + 0.5 * (other.point - one.point);
+        PathState state = solver.solve(point, &one);
+        (differ(state, one) || !is_known(state) ? other : one) = std::move(state);
+        return true;
+    }
+    if (at->below.measure == 0.0 || differ(at->below, lower)) {
+        upper = std::move(at->below);
+    } else if (at->above.measure != 0.0 && !differ(at->above, at->below)) {
+        lower = std::move(at->above);
+    } else {
+        lower = std::move(at->below);
+        upper = std::move(at->above);
+    }
+    return one.point != other.point;
+}
+
+/// Of two limits at one change of phases the mixture in which what is measured, or `shared`, is
+/// zero.
+std::optional<PathState> mixed_zero(const PathState& one, const PathState& other,
+                                    const std::function<double(const PathState&)>& shared) {
+    const double of_one = shared ? shared(one) : one.measure;
+    const double of_other = shared ? shared(other) : other.measure;
+    const double share = of_one / (of_one - of_other);
+    if (!(share >= 0.0 && share <= 1.0)) {
+        return std::nullopt;
+    }
+    PathState result = share < 0.5 ? one : other;
+    result.equilibrium = mixed(one.equilibrium, other.equilibrium, share);
+    result.measure = 0.0;
+    result.present.clear();
+    std::set_union(one.present.begin(), one.present.end(), other.present.begin(),
+                   other.present.end(), std::back_inserter(result.present));
+    return result;
+}
+
 /// Where the measure has an extremum between `low` and `high` that may lie on the other side of
 /// zero: the state nearest to or beyond zero.
 std::optional<PathState> look_into_turn(PathSolver& solver, PathState low, PathState middle,
@@ -90,6 +133,20 @@ std::optional<PathState> look_into_turn(PathSolver& solver, PathState low, PathS
 
 } // namespace
 
+Reach reach_of(Path::Variable variable) {
+    switch (variable) {
+    case Path::Variable::Temperature:
+        return {1.0, 2e4};
+    case Path::Variable::Pressure:
+        return {-680.0, 60.0};
+    case Path::Variable::Volume:
+        return {-700.0, 700.0};
+    case Path::Variable::Amounts:
+        break;
+    }
+    return {0.0, 1.0};
+}
+
 std::optional<PathState> find_zero(PathSolver& solver, SignChange between,
                                    const std::function<double(const PathState&)>& shared) {
     PathState& one = between.one;
@@ -100,58 +157,20 @@ std::optional<PathState> find_zero(PathSolver& solver, SignChange between,
                 return std::move(*state);
             }
         }
-        if (adjacent(one.point, other.point)) {
-            // No numbers between them; with the same phases nothing jumps.
-            if (one.present == other.present) {
-                return std::abs(one.measure) <= std::abs(other.measure) ? one : other;
-            }
-        } else if (one.present == other.present) {
+        const bool same_phases = one.present == other.present;
+        if (same_phases && adjacent(one.point, other.point)) {
+            // No numbers between them, and nothing jumps.
+            return std::abs(one.measure) <= std::abs(other.measure) ? one : other;
+        }
+        if (same_phases) {
             if (std::optional<PathState> zero = smooth_zero(solver, one, other)) {
                 return zero;
             }
-            continue;
-        } else {
-            PathState& lower = one.point < other.point ? one : other;
-            PathState& upper = one.point < other.point ? other : one;
-            if (std::optional<Transition> at = locate(solver, lower, upper)) {
-                if (at->below.measure == 0.0 || differ(at->below, lower)) {
-                    upper = std::move(at->below);
-                } else if (at->above.measure != 0.0 && !differ(at->above, at->below)) {
-                    lower = std::move(at->above);
-                } else if (at->below.point == at->above.point) {
-                    lower = std::move(at->below);
-                    upper = std::move(at->above);
-                } else {
-                    upper = std::move(at->above); // the change is closely enclosed
-                    lower = std::move(at->below);
-                }
-                if (one.point != other.point) {
-                    continue;
-                }
-            } else {
-                const double point = one.point + 0.5 * (other.point - one.point);
-                PathState state = solver.solve(point, &one);
-                if (!is_known(state)) {
-                    return std::nullopt;
-                }
-                (differ(state, one) ? other : one) = std::move(state);
-                continue;
-            }
-        }
-        // Both states are limits at one change of phases.
-        const double of_one = shared ? shared(one) : one.measure;
-        const double of_other = shared ? shared(other) : other.measure;
-        const double share = of_one / (of_one - of_other);
-        if (!(share >= 0.0 && share <= 1.0)) {
+        } else if (adjacent(one.point, other.point) || !narrow(solver, one, other)) {
+            return mixed_zero(one, other, shared);
+        } else if (!is_known(one) || !is_known(other)) {
             return std::nullopt;
         }
-        PathState result = share < 0.5 ? one : other;
-        result.equilibrium = mixed(one.equilibrium, other.equilibrium, share);
-        result.measure = 0.0;
-        result.present.clear();
-        std::set_union(one.present.begin(), one.present.end(), other.present.begin(),
-                       other.present.end(), std::back_inserter(result.present));
-        return result;
     }
     return std::nullopt;
 }

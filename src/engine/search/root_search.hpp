@@ -24,6 +24,10 @@ struct Reach {
     double high;
 };
 
+/// The farthest that a search goes along a variable, as points of its path: pressures down to
+/// 1e-300 bar, and up to where no gas is ideal any more.
+Reach reach_of(Path::Variable variable);
+
 /// Goes from a guess to both sides until what is measured changes its sign. Of several places
 /// where it does the one nearest to the guess; `nearest` is the state seen that came nearest to
 /// zero.

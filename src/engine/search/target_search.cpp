@@ -10,21 +10,6 @@
 namespace tessara {
 namespace {
 
-/// The farthest that a search goes from its guess.
-Reach reach_of(Path::Variable variable) {
-    switch (variable) {
-    case Path::Variable::Temperature:
-        return {1.0, 2e4};
-    case Path::Variable::Pressure:
-        return {-680.0, 60.0};
-    case Path::Variable::Volume:
-        return {-700.0, 700.0};
-    case Path::Variable::Amounts:
-        break;
-    }
-    return {0.0, 1.0};
-}
-
 /// The first step from a guess, as far as states change little as a rule.
 double first_step(Path::Variable variable, double guess) {
     return variable == Path::Variable::Temperature ? 0.02 * guess
