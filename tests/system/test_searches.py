@@ -245,7 +245,7 @@ def test_several_requirements_are_named_with_their_numbers(calculation):
 
 
 def test_amount_of_a_phase_is_reached(calculation, data):
-    """Half of the magnesite and calcite: calcite decomposes by the pressure."""
+    """A quarter of the calcite is left: it decomposes as far as the pressure lets it."""
     T = 1100.0
     calculation({CALCITE: 1.0, "N2": 1.0}).set_eq_T(T)
     EquilibriumCalculation.set_eq_A_ph(CALCITE, 0.25)
@@ -254,6 +254,19 @@ def test_amount_of_a_phase_is_reached(calculation, data):
     # 0.75 mol of CO2 in 1.75 mol of gas, but for its dissociation.
     assert pytest.approx(K * 1.75 / 0.75, rel=1e-4) == P
     assert EquilibriumCalculation.get_eq_A_ph(CALCITE) == pytest.approx(0.25, rel=1e-10)
+
+
+def test_listing_of_a_search_says_what_it_has_met(calculation, data, capsys):
+    calculation({WATER: 1.0}).set_eq_T(350.0)
+    EquilibriumCalculation.set_eq_H(data.find(WATER).H(320.0))
+    EquilibriumCalculation.calculate_eq_T(310.0, True)
+    listing = capsys.readouterr().out
+    assert "Met by the search: H of the system (3)." in listing
+    assert "Not used" not in listing
+    EquilibriumCalculation.calculate_eq(print_results=True)
+    listing = capsys.readouterr().out
+    assert "Not used, as the calculation has no target variable: H of the system (3)." in listing
+    assert "Met by" not in listing
 
 
 # Targets.

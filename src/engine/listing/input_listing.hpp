@@ -15,6 +15,7 @@ struct Inputs {
     const ConditionStore& conditions;
     const Statuses& statuses;
     const Streams* streams = nullptr; ///< where the calculation is one with streams
+    bool searched = false;            ///< the calculation has searched what meets a condition
 };
 
 /// Writes the units and, where a system is loaded, its title, the conditions with their numbers,

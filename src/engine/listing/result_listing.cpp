@@ -21,7 +21,7 @@ public:
     void print() {
         state();
         list_conditions(out_, inputs_);
-        unused_conditions();
+        requirements_met_or_not();
         present_phases();
         composition_sets();
         internal_fractions();
@@ -53,18 +53,20 @@ private:
         line("V     ", ResultVariable::VT, Quantity::Volume);
     }
 
-    void unused_conditions() {
+    void requirements_met_or_not() {
         std::string list;
-        for (const Condition& condition : inputs_.conditions.in_order()) {
-            if (!ConditionStore::used_without_target(condition.variable)) {
-                list += (list.empty() ? "" : ", ") + condition_text(system_, condition) + " (" +
-                        std::to_string(condition.number) + ")";
-            }
+        for (const Condition& condition : requirements(inputs_.conditions)) {
+            list += (list.empty() ? "" : ", ") + condition_text(system_, condition) + " (" +
+                    std::to_string(condition.number) + ")";
         }
         if (!list.empty()) {
             out_ << '\n';
-            print_paragraph(
-                out_, "Not used, as the calculation has no target variable: " + list + ".", 2);
+            print_paragraph(out_,
+                            (inputs_.searched
+                                 ? "Met by the search: "
+                                 : "Not used, as the calculation has no target variable: ") +
+                                list + ".",
+                            2);
         }
     }
 

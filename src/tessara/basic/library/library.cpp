@@ -71,12 +71,6 @@ auto with_words(const std::string& file, ErrorNumber number, const Read& read) {
     }
 }
 
-std::ostringstream listing_stream() {
-    std::ostringstream out;
-    out.imbue(std::locale::classic());
-    return out;
-}
-
 } // namespace
 
 Library::Loaded::Loaded(std::shared_ptr<const System> read, const Solver::Options& options)
@@ -201,17 +195,29 @@ void Library::check_listing(bool listing) const {
     }
 }
 
+Inputs Library::inputs(const Loaded& of) const {
+    return {
+        *of.system, units_, of.conditions(), of.statuses, of.with_streams ? &of.streams : nullptr,
+        of.searched};
+}
+
+void Library::write_listing(const std::function<void(std::ostream&)>& list) {
+    std::ostringstream out;
+    out.imbue(std::locale::classic());
+    list(out);
+    channels_.write(list_, out.str());
+}
+
 void Library::list_inputs() {
     check_listing(true);
-    std::ostringstream out = listing_stream();
-    if (loaded_) {
-        const Inputs inputs{system(), units_, loaded_->conditions(), loaded_->statuses,
-                            loaded_->with_streams ? &loaded_->streams : nullptr};
-        tessara::list_inputs(out, units_, &inputs);
-    } else {
-        tessara::list_inputs(out, units_, nullptr);
-    }
-    channels_.write(list_, out.str());
+    write_listing([&](std::ostream& out) {
+        if (loaded_) {
+            const Inputs loaded = inputs(*loaded_);
+            tessara::list_inputs(out, units_, &loaded);
+        } else {
+            tessara::list_inputs(out, units_, nullptr);
+        }
+    });
 }
 
 // --- information ---
@@ -554,17 +560,14 @@ double Library::result(ResultVariable variable, int i_ph, int i_c) {
                                             ? of.streams.amount(place.phase, place.index)
                                             : 0.0)
                                      : of.absolute_conditions.incoming_amount(place);
-        for (const MovedAmount& moved : of.moved) {
-            const bool of_component = moved.at.phase == IncomingAmount::NoPhase;
-            if (place == (of_component ? Place::component(moved.at.index)
-                                       : Place::constituent(moved.at.phase, moved.at.index))) {
-                mol = moved.upper; // as the search found it
+        for (const IncomingAmount& moved : of.moved) {
+            const bool of_component = moved.phase == IncomingAmount::NoPhase;
+            if (place == (of_component ? Place::component(moved.index)
+                                       : Place::constituent(moved.phase, moved.index))) {
+                mol = moved.amount;
             }
         }
-        const double molar_mass = place.kind == Place::Kind::Component
-                                      ? component(i_c).molar_mass
-                                      : constituent(i_ph, i_c).molar_mass;
-        return units_.from_engine(Amount{mol, mol * molar_mass});
+        return units_.from_engine(Amount{mol, mol * molar_mass_of(system(), place)});
     }
     if (of.state == State::Calculated) {
         return of.results.value(variable, place, units_);

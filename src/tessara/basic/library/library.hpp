@@ -6,12 +6,15 @@
 #include "engine/conditions/statuses.hpp"
 #include "engine/data/tdf_file.hpp"
 #include "engine/equilibrium/solver.hpp"
+#include "engine/listing/input_listing.hpp"
 #include "engine/results/results.hpp"
 #include "engine/search/phase_map.hpp"
 #include "engine/search/requirement.hpp"
 #include "engine/streams/streams.hpp"
 
 #include <array>
+#include <functional>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -170,7 +173,6 @@ private:
         PathSolver solver;
         double low;
         double high;
-        PathState at_low;
         std::optional<PhaseMap> found;
         std::size_t next = 0;
     };
@@ -187,15 +189,16 @@ private:
         ConditionStore stream_conditions{numbers};
         Streams streams;
         bool with_streams = false; ///< which family of conditions counts
+        bool searched = false;     ///< the last calculation was a search
         /// Ranges of incoming amounts that wait for the last of their search, or of their map.
         std::vector<AmountRange> search_ranges;
         std::vector<AmountRange> map_ranges;
         std::unique_ptr<OpenMap> map;
         Solver solver;
         Results results;
-        EquilibriumConditions request;  ///< of the last calculation
-        Equilibrium found;              ///< what the last search found
-        std::vector<MovedAmount> moved; ///< what it moved, with the amounts found
+        EquilibriumConditions request;     ///< of the last calculation
+        Equilibrium found;                 ///< what the last search found
+        std::vector<IncomingAmount> moved; ///< the amounts that it moved, as it found them
         State state = State::NotCalculated;
         std::vector<char> warned; ///< per phase: its folded sets have been told
 
@@ -219,17 +222,26 @@ private:
     Place target_fraction_place(int i_ph, int i_c) const;
     Place result_place(ResultVariable variable, int i_ph, int i_c) const;
     void check_listing(bool listing) const;
+    Inputs inputs(const Loaded& of) const;
+    void write_listing(const std::function<void(std::ostream&)>& list);
     void check_target_place(const char* name, bool on_amount, int i_ph, int i_c) const;
     /// Conditions, statuses and streams as they are; the temperature may be missing.
     StateRequest request(const Loaded& of) const;
     void solve(Loaded& of, bool from_last);
-    void search(Loaded& of, TargetVariable target, std::array<double, 2> values);
-    Requirement only_requirement(const Loaded& of, std::string_view of_what) const;
+    void search(Loaded& of, TargetVariable target, std::array<double, 2> values,
+                const std::vector<AmountRange>& ranges);
+    Requirement only_requirement(const Loaded& of, std::string_view of_what,
+                                 const ThermalProperties& input) const;
+    /// An amount in the unit in force as moles; none where it is a mass of what has no molar mass.
+    std::optional<double> mol_of(double amount, const Place& place) const;
     AmountRange amount_range(int i_ph, int i_c, std::array<double, 2> values) const;
     Path path_of_amounts(const Loaded& of, const std::vector<AmountRange>& ranges) const;
-    void take_state(Loaded& of, Path& path, double point, const Equilibrium& equilibrium);
-    void open_map(Loaded& of, PhaseMapVariable variable, std::array<double, 2> values);
-    bool next_of_map(Loaded& of, PhaseMapVariable variable);
+    void take_state(Loaded& of, Path& path, double point, const Equilibrium& equilibrium,
+                    const ThermalProperties& input);
+    std::unique_ptr<OpenMap> open_map(Loaded& of, PhaseMapVariable variable,
+                                      std::array<double, 2> values,
+                                      const std::vector<AmountRange>& ranges);
+    bool next_of_map(Loaded& of, OpenMap& map);
     void finish_calculation(Loaded& of, bool listing);
     ThermalProperties stream_input(const Loaded& of) const;
     Checkpoint long_checkpoint() const;

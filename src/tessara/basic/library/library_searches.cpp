@@ -7,8 +7,7 @@
 
 #include <array>
 #include <cmath>
-#include <locale>
-#include <sstream>
+#include <ostream>
 #include <utility>
 
 // Calculations: single equilibria, searches for what meets a target, and phase maps.
@@ -99,6 +98,7 @@ void Library::calculate(TargetVariable target, int i_ph, int i_c, std::array<dou
     touch();
     of.map_ranges.clear();
     of.state = State::Failed;
+    of.searched = target != TargetVariable::NoTarget;
     std::vector<AmountRange> ranges = std::exchange(of.search_ranges, {});
     checkpoint();
     try {
@@ -107,18 +107,12 @@ void Library::calculate(TargetVariable target, int i_ph, int i_c, std::array<dou
         } else {
             if (target == TargetVariable::IA) {
                 ranges.push_back(amount_range(i_ph, i_c, values));
-                of.search_ranges = std::move(ranges);
             }
-            search(of, target, values);
+            search(of, target, values, ranges);
         }
     } catch (const SolveError& error) {
-        of.search_ranges.clear();
         fail_calculation(error);
-    } catch (...) {
-        of.search_ranges.clear();
-        throw;
     }
-    of.search_ranges.clear();
     finish_calculation(of, listing);
 }
 
@@ -127,12 +121,7 @@ void Library::finish_calculation(Loaded& of, bool listing) {
     warn_of_folded_sets(of);
     checkpoint();
     if (listing) {
-        std::ostringstream out;
-        out.imbue(std::locale::classic());
-        const Inputs inputs{system(), units_, of.conditions(), of.statuses,
-                            of.with_streams ? &of.streams : nullptr};
-        list_results(out, inputs, of.results);
-        channels_.write(list_, out.str());
+        write_listing([&](std::ostream& out) { list_results(out, inputs(of), of.results); });
     }
 }
 
@@ -157,7 +146,8 @@ void Library::solve(Loaded& of, bool from_last) {
 
 // --- searches ---
 
-Requirement Library::only_requirement(const Loaded& of, std::string_view of_what) const {
+Requirement Library::only_requirement(const Loaded& of, std::string_view of_what,
+                                      const ThermalProperties& input) const {
     const std::vector<Condition> list = requirements(of.conditions());
     if (list.size() != 1) {
         std::string found = list.empty() ? "is none" : "are " + text(list.size()) + ":";
@@ -168,16 +158,24 @@ Requirement Library::only_requirement(const Loaded& of, std::string_view of_what
         }
         throw LibraryError(ErrorNumber::Requirement, {of_what, found});
     }
-    return Requirement(system(), list.front(), stream_input(of));
+    return Requirement(system(), list.front(), input);
+}
+
+std::optional<double> Library::mol_of(double amount, const Place& place) const {
+    if (amount == 0.0) {
+        return 0.0;
+    }
+    const double molar_mass = molar_mass_of(system(), place);
+    if (units_.by_mass() && !(molar_mass > 0.0)) {
+        return std::nullopt;
+    }
+    return units_.to_mol(amount, molar_mass);
 }
 
 Library::AmountRange Library::amount_range(int i_ph, int i_c, std::array<double, 2> values) const {
     const Place place = i_ph == None ? Place::component(static_cast<std::size_t>(i_c))
                                      : Place::constituent(static_cast<std::size_t>(i_ph),
                                                           static_cast<std::size_t>(i_c));
-    const double molar_mass = place.kind == Place::Kind::Component
-                                  ? component(i_c).molar_mass
-                                  : constituent(i_ph, i_c).molar_mass;
     const std::string what = place_text(system(), place);
     std::array<double, 2> mol{};
     for (std::size_t k = 0; k < 2; ++k) {
@@ -186,11 +184,12 @@ Library::AmountRange Library::amount_range(int i_ph, int i_c, std::array<double,
                                {"the incoming amount of " + what, number_text(values[0]),
                                 number_text(values[1]), "both ends must be finite numbers"});
         }
-        if (values[k] != 0.0 && units_.by_mass() && !(molar_mass > 0.0)) {
+        const std::optional<double> moles = mol_of(values[k], place);
+        if (!moles) {
             throw LibraryError(ErrorNumber::MovedAmount,
                                {what, "it has no molar mass. Give amounts in mol"});
         }
-        mol[k] = values[k] == 0.0 ? 0.0 : units_.to_mol(values[k], molar_mass);
+        mol[k] = *moles;
     }
     return {place, mol[0], mol[1]};
 }
@@ -230,24 +229,26 @@ Path Library::path_of_amounts(const Loaded& of, const std::vector<AmountRange>& 
 }
 
 /// Makes a state of a path the result.
-void Library::take_state(Loaded& of, Path& path, double point, const Equilibrium& equilibrium) {
+void Library::take_state(Loaded& of, Path& path, double point, const Equilibrium& equilibrium,
+                         const ThermalProperties& input) {
     of.found = equilibrium;
     of.request = path.at(point).conditions;
     of.request.p = of.found.p;
     of.moved.clear();
-    for (const MovedAmount& moved : path.moved()) {
-        MovedAmount& here = of.moved.emplace_back(moved);
-        here.upper =
-            point == 1.0 ? moved.upper : moved.at.amount + point * (moved.upper - moved.at.amount);
+    for (std::size_t k = 0; k < path.moved().size(); ++k) {
+        of.moved.push_back(path.moved()[k].at);
+        of.moved.back().amount = path.amount(k, point);
     }
     TemperatureTerms terms = system().terms();
     terms.set(of.found.t);
-    of.results.take(of.found, of.request, terms, stream_input(of));
+    of.results.take(of.found, of.request, terms, input);
 }
 
-void Library::search(Loaded& of, TargetVariable target, std::array<double, 2> values) {
+void Library::search(Loaded& of, TargetVariable target, std::array<double, 2> values,
+                     const std::vector<AmountRange>& ranges) {
     const char* name = TargetNames[static_cast<std::size_t>(target)];
-    Requirement requirement = only_requirement(of, std::string("the variable ") + name);
+    const ThermalProperties input = stream_input(of);
+    Requirement requirement = only_requirement(of, std::string("the variable ") + name, input);
     const Condition condition = requirement.condition();
     const std::string description =
         condition_text(system(), condition) + " = " +
@@ -259,7 +260,7 @@ void Library::search(Loaded& of, TargetVariable target, std::array<double, 2> va
     SearchRange range;
     std::optional<Path> path;
     if (target == TargetVariable::IA) {
-        path.emplace(path_of_amounts(of, of.search_ranges));
+        path.emplace(path_of_amounts(of, ranges));
     } else {
         static constexpr std::array quantities{Quantity::Pressure, Quantity::Volume,
                                                Quantity::Temperature};
@@ -292,7 +293,7 @@ void Library::search(Loaded& of, TargetVariable target, std::array<double, 2> va
     }
     PathSolver solver(of.solver, *path, long_checkpoint());
     const PathState found = find_target(solver, std::move(requirement), range, description);
-    take_state(of, *path, found.point, found.equilibrium);
+    take_state(of, *path, found.point, found.equilibrium, input);
 }
 
 // --- maps ---
@@ -320,40 +321,40 @@ bool Library::map(PhaseMapVariable variable, int i_ph, int i_c, std::array<doubl
                            {name, MapNames[static_cast<std::size_t>(opening(variable))]});
     }
     of.state = State::Failed;
+    of.searched = false;
     checkpoint();
     bool more = true;
+    // Where this fails the map under way is closed, and its ranges are gone.
+    std::unique_ptr<OpenMap> under_way = std::move(of.map);
+    std::vector<AmountRange> ranges = std::exchange(of.map_ranges, {});
     try {
         if (opens) {
             touch();
             if (variable == PhaseMapVariable::IAF) {
-                of.map_ranges.push_back(amount_range(i_ph, i_c, values));
+                ranges.push_back(amount_range(i_ph, i_c, values));
             }
-            open_map(of, variable, values);
+            under_way = open_map(of, variable, values, ranges);
         } else {
-            more = next_of_map(of, variable);
+            more = next_of_map(of, *under_way);
         }
     } catch (const SolveError& error) {
-        of.map.reset();
-        of.map_ranges.clear();
         fail_calculation(error);
-    } catch (...) {
-        of.map.reset();
-        of.map_ranges.clear();
-        throw;
     }
+    of.map = std::move(under_way);
     finish_calculation(of, listing);
     return more;
 }
 
-void Library::open_map(Loaded& of, PhaseMapVariable variable, std::array<double, 2> values) {
+std::unique_ptr<Library::OpenMap> Library::open_map(Loaded& of, PhaseMapVariable variable,
+                                                    std::array<double, 2> values,
+                                                    const std::vector<AmountRange>& ranges) {
     const Path::Variable over = along(variable);
     std::optional<Path> path;
     double low = 0.0;
     double high = 1.0;
     if (over == Path::Variable::Amounts) {
-        path.emplace(path_of_amounts(of, std::exchange(of.map_ranges, {})));
+        path.emplace(path_of_amounts(of, ranges));
     } else {
-        of.map_ranges.clear();
         const bool temperature = over == Path::Variable::Temperature;
         const Quantity quantity = temperature ? Quantity::Temperature : Quantity::Pressure;
         low = units_.to_engine(quantity, values[0]);
@@ -378,26 +379,22 @@ void Library::open_map(Loaded& of, PhaseMapVariable variable, std::array<double,
         throw LibraryError(ErrorNumber::NoTemperature, {});
     }
     PathSolver solver(of.solver, std::move(*path), long_checkpoint());
-    PathState state = solver.solve(low);
-    take_state(of, solver.path(), low, state.equilibrium);
-    of.map = std::make_unique<OpenMap>(
-        OpenMap{std::move(solver), low, high, std::move(state), std::nullopt, 0});
+    take_state(of, solver.path(), low, solver.solve(low).equilibrium, {});
+    return std::make_unique<OpenMap>(OpenMap{std::move(solver), low, high, std::nullopt, 0});
 }
 
-bool Library::next_of_map(Loaded& of, PhaseMapVariable) {
-    OpenMap& map = *of.map;
+bool Library::next_of_map(Loaded& of, OpenMap& map) {
     if (!map.found) {
         map.found.emplace(map.solver, map.low, map.high);
-        take_state(of, map.solver.path(), map.high, map.found->high().equilibrium);
+        take_state(of, map.solver.path(), map.high, map.found->high().equilibrium, {});
         return !map.found->transitions().empty();
     }
     const std::vector<Transition>& transitions = map.found->transitions();
     if (map.next >= transitions.size()) {
-        of.map.reset();
         throw LibraryError(ErrorNumber::Calculation, {"the map has no further points"});
     }
     const Transition& transition = transitions[map.next++];
-    take_state(of, map.solver.path(), transition.point, transition.below.equilibrium);
+    take_state(of, map.solver.path(), transition.point, transition.below.equilibrium, {});
     return map.next < transitions.size();
 }
 

@@ -57,14 +57,15 @@ void Library::set_stream_amount(const std::string& name, int i_ph, int i_pc, dou
     if (!std::isfinite(value)) {
         fail("it must be a finite number");
     }
-    if (value != 0.0 && units_.by_mass() && !(of.molar_mass > 0.0)) {
+    const Place place =
+        Place::constituent(static_cast<std::size_t>(i_ph), static_cast<std::size_t>(i_pc));
+    const std::optional<double> mol = mol_of(value, place);
+    if (!mol) {
         fail("it has no molar mass. Give the amount in mol");
     }
     touch();
     loaded_->with_streams = true;
-    loaded_->streams.set_amount(name, static_cast<std::size_t>(i_ph),
-                                static_cast<std::size_t>(i_pc),
-                                value == 0.0 ? 0.0 : units_.to_mol(value, of.molar_mass));
+    loaded_->streams.set_amount(name, place.phase, place.index, *mol);
 }
 
 int Library::set_stream_condition(ConditionVariable variable, int i_ph, double value) {
