@@ -220,6 +220,27 @@ TEST(HardCases, EachComponentOfTheShippedFileAbsentOrATraceInTurn) {
     }
 }
 
+/// One species alone in random systems, so cold that what it decomposes to, of the order of 1e-24
+/// mol, condenses in solutions and compounds of their own.
+TEST(HardCases, OneSpeciesAloneWhoseTracesCondense) {
+    for (const unsigned seed : {1055U, 1915U, 1994U, 2874U, 3250U, 3721U, 5799U, 6459U, 8695U, 10175U}) {
+        Random random(1000 + seed);
+        const auto system = random_system(random, 2 + seed % 4).read();
+        Solver solver(system);
+        for (std::size_t p = 0; p < system->phases.size(); ++p) {
+            for (std::size_t c = 0; c < system->phases[p].constituents.size(); ++c) {
+                for (const double t : {280.0, 307.0, 400.0}) {
+                    EquilibriumConditions in;
+                    in.t = t;
+                    in.amounts.push_back({p, c, 2.0});
+                    SCOPED_TRACE(system->phases[p].constituents[c].name);
+                    ASSERT_NO_THROW(solver.solve(in)) << seed << ", " << t;
+                }
+            }
+        }
+    }
+}
+
 TEST(HardCases, NoGasAndNoPureFormOfAComponent) {
     const auto system =
         DatText({"A", "B"})

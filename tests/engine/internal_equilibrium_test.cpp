@@ -706,7 +706,7 @@ TEST_P(InternalLaws, HoldForTheThermalProperties) {
 #ifdef __SANITIZE_ADDRESS__
 constexpr unsigned Draws = 1;
 #else
-constexpr unsigned Draws = 5;
+constexpr unsigned Draws = 8;
 #endif
 
 INSTANTIATE_TEST_SUITE_P(Models, InternalLaws,

@@ -83,6 +83,7 @@ public:
     /// Keeps the present sets, or takes those kept up again.
     void keep();
     void take_back();
+    const std::vector<PureSet>& kept_pure() const { return kept_pure_; }
 
     /// Adds a phase that would lower the Gibbs energy to the solved state: a pure one, or a mixture
     /// of the composition given. Where the phases already there fix all potentials that the new one

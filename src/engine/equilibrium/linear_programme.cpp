@@ -26,8 +26,9 @@ constexpr int MostIdle = 100;
 
 } // namespace
 
-void LinearProgramme::reset(std::size_t rows) {
+void LinearProgramme::reset(std::size_t rows, bool bounded) {
     rows_ = rows;
+    bounded_ = bounded;
     entries_.clear();
     costs_.clear();
     free_.clear();
@@ -193,6 +194,7 @@ LinearProgramme::Status LinearProgramme::improve(bool first_phase) {
     int degenerate = 0;
     int idle = 0;
     double best_objective = std::numeric_limits<double>::infinity();
+    barred_.assign(n, 0);
     const int most = 200 + 20 * static_cast<int>(m) + static_cast<int>(n);
     for (int step = 0; step < most; ++step) {
         if (since_refactor_ > RefactorInterval) {
@@ -217,7 +219,7 @@ LinearProgramme::Status LinearProgramme::improve(bool first_phase) {
         double best = PriceTolerance;
         double direction = 1.0;
         for (std::size_t j = 0; j < n; ++j) {
-            if (is_basic_[j] != 0) {
+            if (is_basic_[j] != 0 || barred_[j] != 0) {
                 continue;
             }
             const double cost = first_phase ? 0.0 : costs_[j];
@@ -264,7 +266,14 @@ LinearProgramme::Status LinearProgramme::improve(bool first_phase) {
             }
         }
         if (leaving == Artificial) {
-            return Status::Unbounded;
+            if (since_refactor_ > 0) {
+                since_refactor_ = RefactorInterval + 1; // it may be rounding of the inverse
+            } else if (bounded_) {
+                barred_[entering] = 1;
+            } else {
+                return Status::Unbounded;
+            }
+            continue;
         }
         degenerate = least > 0.0 ? 0 : degenerate + 1;
         pivot(leaving, entering);

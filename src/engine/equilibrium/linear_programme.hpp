@@ -22,8 +22,9 @@ public:
     /// Stands for an artificial column in `basic`.
     static constexpr std::size_t Artificial = static_cast<std::size_t>(-1);
 
-    /// Forgets all columns and the basis.
-    void reset(std::size_t rows);
+    /// Forgets all columns and the basis. In a bounded programme no columns can grow without limit:
+    /// what seems to is taken to be rounding, and left out of that solution.
+    void reset(std::size_t rows, bool bounded = false);
 
     /// Adds a column; gives its index. A free column may take either sign.
     std::size_t add_column(std::span<const double> entries, double cost, bool free = false);
@@ -79,6 +80,8 @@ private:
     std::vector<double> work_;   ///< the entering column in terms of the basis
     std::vector<double> square_; ///< for the inversion
     std::vector<char> is_basic_;
+    std::vector<char> barred_; ///< columns that seemed to grow without limit
+    bool bounded_ = false;
     bool has_basis_ = false;
     int pivots_ = 0;
     int since_refactor_ = 0;

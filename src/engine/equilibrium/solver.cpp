@@ -38,6 +38,7 @@ constexpr std::size_t MostTries = 4;
 /// many such starts in a row are given up.
 constexpr double SamePrices = 1e-9;
 constexpr int MostSameStarts = 2;
+constexpr std::size_t NoBlock = static_cast<std::size_t>(-1);
 
 } // namespace
 
@@ -482,31 +483,50 @@ bool Solver::join_violator() {
     bool fresh = true;
     for (std::size_t k = 0; k < std::min(violators_.size(), MostTries); ++k) {
         const std::size_t b = violators_[k].second;
+        const std::size_t sets = set_count(b);
+        // Whether the phase has joined and the Gibbs energy has not risen. Where it is to take the
+        // place of a pure phase this leaves, `left`.
+        const auto joins = [&](std::span<const double> start_duals, std::size_t left) {
+            const bool joined = active_->blocks[b].pure
+                                    ? assemblage_.join_pure(b)
+                                    : assemblage_.join_mixture(b, absent_[b].minima.front().x,
+                                                               absent_[b].minima.front().log_x);
+            if (!joined) {
+                return false;
+            }
+            std::erase_if(assemblage_.pure, [&](const PureSet& set) { return set.block == left; });
+            return settle(start_duals) && stable_phases_hold() && is_stable(b) &&
+                   set_count(b) >= sets &&
+                   assemblage_.gibbs() <= before + 1e-9 * std::abs(before);
+        };
+        // The state that the joining starts from is solved for again after a failure.
+        const auto is_fresh = [&] {
+            if (!std::exchange(fresh, false)) {
+                assemblage_.take_back();
+                return settle({});
+            }
+            return true;
+        };
         // The state solved for is as a rule the best start; where the new phase changes potentials
         // of traces by much, the programme's prices are, as they let nothing grow out of bounds.
         for (const bool from_prices : {false, true}) {
             if (from_prices && !priced_) {
                 break;
             }
-            if (!std::exchange(fresh, false)) {
-                // The state that the joining starts from is solved for again.
-                assemblage_.take_back();
-                if (!settle({})) {
-                    return false;
-                }
+            if (!is_fresh()) {
+                return false;
             }
-            const std::size_t sets = set_count(b);
-            const bool joined = active_->blocks[b].pure
-                                    ? assemblage_.join_pure(b)
-                                    : assemblage_.join_mixture(b, absent_[b].minima.front().x,
-                                                               absent_[b].minima.front().log_x);
-            if (!joined) {
-                break;
+            if (joins(from_prices ? programme_.duals() : std::span<const double>(), NoBlock)) {
+                return true;
             }
-            const bool solved =
-                from_prices ? settle(programme_.duals()) : settle(std::span<const double>());
-            if (solved && stable_phases_hold() && is_stable(b) && set_count(b) >= sets &&
-                assemblage_.gibbs() <= before + 1e-9 * std::abs(before)) {
+        }
+        // Where both are traces, Newton's method may not find that a pure phase has to go for it.
+        for (std::size_t p = 0; p < assemblage_.kept_pure().size() && p < MostTries; ++p) {
+            const std::size_t left = assemblage_.kept_pure()[p].block;
+            if (!is_fresh()) {
+                return false;
+            }
+            if (joins({}, left)) {
                 return true;
             }
         }

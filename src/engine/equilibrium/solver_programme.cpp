@@ -40,7 +40,7 @@ double Solver::corner_cost(const Corner& corner) const {
 }
 
 void Solver::start_programme() {
-    programme_.reset(active_->component_count());
+    programme_.reset(active_->component_count(), reservoirs_.empty());
     for (std::size_t k = 0; k < active_->entered_corner_count(); ++k) {
         const Corner& corner = active_->corners()[k];
         programme_.add_column(active_->corner_stoichiometry(corner), corner_cost(corner));
