@@ -507,5 +507,17 @@ TEST(DatReader, DoesNotBelieveCountsBeforeTheDataAreThere) {
               std::string::npos);
 }
 
+TEST(DatReader, RefusesMoreCoefficientsThanTheirColumnHolds) {
+    std::vector<std::string> lines = Lines;
+    lines[23] = "1 2 99999";
+    lines.insert(lines.begin() + 25, 99998, "0 0 0 0 0 0");
+    EXPECT_EQ(message(file(lines)), "no error");
+    const auto end = lines.begin() + 24 + 99999;
+    ASSERT_EQ(*end, "0");
+    lines.insert(end, {"2", "1 2 1", "0 0 0 0 0 0"});
+    EXPECT_EQ(message(file(lines)), "test.dat, line 100026, column 11: more than 99999 "
+                                    "coefficients in phase 'MELT'");
+}
+
 } // namespace
 } // namespace tessara::test

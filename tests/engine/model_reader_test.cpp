@@ -440,6 +440,38 @@ TEST(QuasichemicalReader, RefusesWhatIsBroken) {
     expect_faults(faults);
 }
 
+/// 446 cations make 99,681 quadruplets with one anion, 447 one too many.
+TEST(QuasichemicalReader, RefusesMoreQuadrupletsThanTheirColumnHolds) {
+    const auto text = [](int cations) {
+        std::string pairs;
+        std::string names;
+        std::string ones;
+        std::string numbers;
+        std::string anions;
+        std::string coordination;
+        const std::string count = std::to_string(cations);
+        for (int k = 1; k <= cations; ++k) {
+            const std::string number = std::to_string(k);
+            const std::string anion = std::to_string(cations + 1);
+            pairs += species_text("C" + number + "X", "1 1", "-1000") + "1 1 0 0 0\n";
+            names += "C" + number + "\n";
+            ones += "1 ";
+            numbers += number + " ";
+            anions += "1 ";
+            for (const std::string& of : {number, number, anion, anion}) {
+                coordination += of + " ";
+            }
+            coordination += "6 6 6 6\n";
+        }
+        return file_head({"Cc", "Xx"}, cations) + "MANY\nSUBG\n2.4\n" + count + " " + count + "\n" +
+               pairs + count + " 1\n" + names + "X\n" + ones + "\n" + ones + "\n1\n1\n" + numbers +
+               "\n" + anions + "\n" + coordination + "0\n" + pure_phases({"Cc", "Xx"});
+    };
+    EXPECT_EQ(message_of(text(447)),
+              "test.dat, line 10, column 1: more than 99999 quadruplets in phase 'MANY'");
+    EXPECT_EQ(message_of(text(446)), "no error");
+}
+
 TEST(QuasichemicalReader, NotesWhatIsSuspicious) {
     const std::string good = quasichemical_text();
     const int first = line_of(good, "G 1 2 4 4 0 0 0 0");
