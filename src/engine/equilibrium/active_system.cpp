@@ -7,6 +7,7 @@
 #include "engine/units/constants.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 
 namespace tessara {
@@ -23,6 +24,11 @@ constexpr std::size_t MostForMiddlesOfEdges = 40;
 constexpr int MostProducts = 500;
 /// Share of a constituent that a corner does not hold.
 constexpr double MostTrace = 1e-6;
+
+std::uint64_t next_stamp() {
+    static std::atomic<std::uint64_t> last{0};
+    return ++last;
+}
 
 } // namespace
 
@@ -65,6 +71,7 @@ ActiveSystem::ActiveSystem(const System& system, const EquilibriumConditions& co
         }
     }
     gibbs_.resize(species_.size());
+    stamp_ = next_stamp();
     if (std::any_of(blocks.begin(), blocks.end(),
                     [](const Block& block) { return block.variables != nullptr; })) {
         exchange_ = stoichiometry_;
@@ -340,6 +347,7 @@ void ActiveSystem::fill_exchange(const Block& block) {
             exchange_[(block.first + i) * nc + j] = held;
         }
     }
+    stamp_ = next_stamp();
 }
 
 void Block::normalise(std::span<double> x, std::span<double> log_x) const {

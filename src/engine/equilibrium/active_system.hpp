@@ -3,6 +3,7 @@
 #include "engine/conditions/equilibrium_conditions.hpp"
 #include "engine/data/system.hpp"
 
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <vector>
@@ -121,6 +122,8 @@ public:
         const std::vector<double>& rows = exchange_.empty() ? stoichiometry_ : exchange_;
         return {rows.data() + species * components_.size(), components_.size()};
     }
+    /// A number that no other active system has, nor this one with other exchanges.
+    std::uint64_t stamp() const { return stamp_; }
     /// Counts with the most abundant variables of a block as base.
     void choose_base(std::size_t block, std::span<const double> amounts);
 
@@ -157,6 +160,7 @@ private:
     void fill_exchange(const Block& block);
 
     const System* system_;
+    std::uint64_t stamp_ = 0;
     int sampling_;
     std::vector<std::size_t> components_;
     std::vector<Species> species_;

@@ -7,6 +7,7 @@
 
 #include <Eigen/LU>
 
+#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -128,6 +129,7 @@ public:
     void shift_open(std::span<const double> change);
     /// Whether the stable phases fix the potential of this combination of components.
     bool determines(std::span<const double> stoichiometry) const;
+    bool determines_all() const { return spanned_ == system_->component_count(); }
     /// The combination of component potentials that open direction d moves.
     std::span<const double> open_stoichiometry(std::size_t d) const;
 
@@ -138,6 +140,8 @@ private:
         Kind kind;
         std::size_t id;  ///< the reservoir, else the species
         std::size_t set; ///< the pure or mixture set that holds it
+
+        friend bool operator==(const Member&, const Member&) = default;
     };
     /// What Newton's system needs of one mixture set.
     struct SetState {
@@ -151,6 +155,7 @@ private:
     bool choose_basis();
     void complete_basis();
     void transform();
+    void transform_rows();
     void set_right_sides();
     void refine_right_sides();
     void start_from_duals(std::span<const double> duals);
@@ -166,6 +171,12 @@ private:
     double evaluate();
     double balance_sides();
     void fill_system();
+    template <class Count>
+    void take_shares(std::size_t species, std::size_t place, Count m, double* shares);
+    template <class Count>
+    void fill_ideal_set(std::size_t f, Count m);
+    template <class Count>
+    void fill_general_set(std::size_t f, Count m);
     void respond(std::size_t f);
     double step_limit() const;
     double composition_step(std::size_t f, std::size_t i) const;
@@ -208,15 +219,21 @@ private:
     std::size_t fixed_ = 0;   ///< leading members whose potential is known
     std::size_t spanned_ = 0; ///< leading members that the stable phases hold
     RowSpace rows_;           ///< of the members
+    /// What the present inverse and rows of species were made for.
+    std::vector<Member> transformed_;
+    std::uint64_t transformed_stamp_ = 0;
     struct Ranked {
         double log_amount;
         std::size_t species;
         std::size_t set;
     };
     std::vector<Ranked> ranking_;
-    std::vector<double> inverse_;    ///< of the members over the pivot components
-    std::vector<double> size_;       ///< absolute terms of one species' row, while it is made
-    std::vector<double> nu_;         ///< species over members
+    std::vector<double> basis_gibbs_; ///< of the members, over R T
+    std::vector<double> inverse_;     ///< of the members over the pivot components
+    std::vector<double> size_;        ///< absolute terms of one species' row, while it is made
+    std::vector<double> nu_;          ///< species over members
+    /// Of the unknown members: what a species adds to the two sides of each balance, per mole.
+    std::vector<double> above_part_, below_part_;
     std::vector<double> kappa_;      ///< G(species) - sum nu G(member), over R T
     std::vector<double> right_;      ///< what went in, over members
     std::vector<double> right_size_; ///< sums of its absolute terms
@@ -235,7 +252,10 @@ private:
     std::vector<double> gradient_, hessian_, rho_;
     std::vector<double> above_, below_;             ///< ln of the two sides of each balance
     std::vector<double> above_scale_, below_scale_; ///< 1 / side; 0 where it underflows
+    bool any_underflow_ = false;
     std::vector<double> start_log_amount_;
+    std::vector<double> shares_; ///< of one constituent in the sides of the balances
+    std::vector<double> sums_;   ///< over an ideal set's constituents
     Eigen::MatrixXd matrix_;
     Eigen::VectorXd vector_; ///< right-hand side, then the step
     Eigen::PartialPivLU<Eigen::MatrixXd> lu_;

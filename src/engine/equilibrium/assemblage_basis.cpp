@@ -118,8 +118,35 @@ void Assemblage::complete_basis() {
     rank_ = basis_.size();
 }
 
-/// Writes all species over the members.
+/// Writes all species over the members. Of the rows only those of another basis are worked out
+/// anew, as potentials held from outside may be of any composition.
 void Assemblage::transform() {
+    if (!reservoirs_->empty() || transformed_stamp_ != system_->stamp() || transformed_ != basis_) {
+        transform_rows();
+        transformed_ = basis_;
+        transformed_stamp_ = system_->stamp();
+    }
+    const std::size_t r = rank_;
+    const std::span<const double> gibbs = system_->gibbs();
+    basis_gibbs_.clear();
+    for (const Member& member : basis_) {
+        basis_gibbs_.push_back(member_gibbs(member));
+    }
+    for (std::size_t s = 0; s < kappa_.size(); ++s) {
+        double kappa = gibbs[s];
+        for (std::size_t k = 0; k < r; ++k) {
+            kappa -= nu_[s * r + k] * basis_gibbs_[k];
+        }
+        kappa_[s] = kappa;
+    }
+    for (const Member& member : basis_) {
+        if (member.kind != Member::Kind::Reservoir) {
+            kappa_[member.id] = 0.0;
+        }
+    }
+}
+
+void Assemblage::transform_rows() {
     const std::size_t r = rank_;
     const auto n = static_cast<Eigen::Index>(r);
     using RowMajor = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
@@ -147,7 +174,6 @@ void Assemblage::transform() {
     nu_.assign(species.size() * r, 0.0);
     kappa_.resize(species.size());
     tau_.resize(species.size());
-    const std::span<const double> gibbs = system_->gibbs();
     size_.resize(r);
     for (std::size_t s = 0; s < species.size(); ++s) {
         const double* row = system_->exchange(s).data();
@@ -176,16 +202,14 @@ void Assemblage::transform() {
             nu[k] = 1.0;
         }
     }
+    const std::size_t m = unknowns();
+    above_part_.resize(species.size() * m);
+    below_part_.resize(species.size() * m);
     for (std::size_t s = 0; s < species.size(); ++s) {
-        double kappa = gibbs[s];
-        for (std::size_t k = 0; k < r; ++k) {
-            kappa -= nu_[s * r + k] * member_gibbs(basis_[k]);
-        }
-        kappa_[s] = kappa;
-    }
-    for (std::size_t k = 0; k < r; ++k) {
-        if (basis_[k].kind != Member::Kind::Reservoir) {
-            kappa_[basis_[k].id] = 0.0;
+        for (std::size_t k = 0; k < m; ++k) {
+            const double nu = nu_[s * r + fixed_ + k];
+            above_part_[s * m + k] = std::max(nu, 0.0);
+            below_part_[s * m + k] = std::max(-nu, 0.0);
         }
     }
 }

@@ -5,8 +5,11 @@
 #include "engine/units/constants.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
+#include <type_traits>
+#include <utility>
 
 // Newton's method on potentials and amounts, for a given set of phases and basis.
 
@@ -37,6 +40,18 @@ constexpr double TraceWeight = 1e-3;
 constexpr double VariableWeight = 0.1;
 /// Largest fall of ln(amount) in one step.
 constexpr double MostFall = 5.0;
+
+/// Calls `work` with a number of unknowns, for small numbers as one that the compiler knows:
+/// innermost loops over it are unrolled then, which is most of their time.
+template <class Work>
+void with_known_count(std::size_t count, const Work& work) {
+    const auto known = [&]<std::size_t... N>(std::index_sequence<N...>) {
+        return ((count == N && (work(std::integral_constant<std::size_t, N>()), true)) || ...);
+    };
+    if (!known(std::make_index_sequence<9>())) {
+        work(count);
+    }
+}
 
 } // namespace
 
@@ -126,18 +141,24 @@ double Assemblage::balance_sides() {
         above_scale_[k] = std::max(-right, 0.0);
         below_scale_[k] = std::max(right, 0.0);
     }
-    for (std::size_t f = 0; f < mixture_count; ++f) {
-        const Block& block = system_->blocks[mixtures[f].block];
-        for (std::size_t i = 0; i < block.count; ++i) {
-            const double* nu = nu_row(block.first + i) + fixed_;
-            const double n = amounts_[sets_[f].first + i];
-            for (std::size_t k = 0; k < m; ++k) {
-                const double term = n * nu[k];
-                (term > 0.0 ? above_scale_[k] : below_scale_[k]) += std::abs(term);
+    with_known_count(m, [&](auto count) {
+        double* __restrict above = above_scale_.data();
+        double* __restrict below = below_scale_.data();
+        for (std::size_t f = 0; f < mixture_count; ++f) {
+            const Block& block = system_->blocks[mixtures[f].block];
+            for (std::size_t i = 0; i < block.count; ++i) {
+                const double n = amounts_[sets_[f].first + i];
+                const double* above_part = &above_part_[(block.first + i) * m];
+                const double* below_part = &below_part_[(block.first + i) * m];
+                for (std::size_t k = 0; k < count; ++k) {
+                    above[k] += n * above_part[k];
+                    below[k] += n * below_part[k];
+                }
             }
         }
-    }
+    });
     double norm = 0.0;
+    any_underflow_ = false;
     for (std::size_t k = 0; k < m; ++k) {
         for (const bool upper : {true, false}) {
             double& scale = upper ? above_scale_[k] : below_scale_[k];
@@ -148,6 +169,7 @@ double Assemblage::balance_sides() {
                 continue;
             }
             // All terms of this side underflow: their logarithms are added up instead.
+            any_underflow_ = true;
             double top = -std::numeric_limits<double>::infinity();
             double sum = 0.0;
             for (const int pass : {0, 1}) {
@@ -340,82 +362,126 @@ void Assemblage::respond(std::size_t f) {
     search_->respond(responses, m + 1);
 }
 
+/// d ln(side) / d ln(amount) of a constituent in each balance, with the signs of both sides.
+template <class Count>
+void Assemblage::take_shares(std::size_t species, std::size_t place, Count m, double* shares) {
+    const double amount = amounts_[place];
+    const double* above_part = &above_part_[species * m];
+    const double* below_part = &below_part_[species * m];
+    for (std::size_t k = 0; k < m; ++k) {
+        shares[k] = amount * (above_part[k] * above_scale_[k] - below_part[k] * below_scale_[k]);
+    }
+    if (!any_underflow_) {
+        return;
+    }
+    const double* nu = nu_row(species) + fixed_;
+    for (std::size_t k = 0; k < m; ++k) {
+        const bool upper = nu[k] > 0.0;
+        if (nu[k] != 0.0 && (upper ? above_scale_[k] : below_scale_[k]) == 0.0) {
+            shares[k] = nu[k] * std::exp(log_amounts_[place] - (upper ? above_[k] : below_[k]));
+        }
+    }
+}
+
+/// The row of an ideal set, whose driving force is to vanish, and what it holds in the balances.
+/// `Count`, the number of unknown potentials, may be known to the compiler.
+template <class Count>
+void Assemblage::fill_ideal_set(std::size_t f, Count m) {
+    const MixtureSet& set = mixtures[f];
+    const std::size_t species = system_->blocks[set.block].first;
+    const std::size_t n = set.x.size();
+    const std::size_t own = m + f;
+    // Where their number is known the sums stand on the stack, and nothing else points to them.
+    constexpr bool Known = !std::is_same_v<Count, std::size_t>;
+    std::array<double, Known ? Count() * (Count() + 3) : 0> known_sums{};
+    double* shares = known_sums.data();
+    if constexpr (!Known) {
+        sums_.assign(m * (m + 3), 0.0);
+        shares = sums_.data();
+    }
+    double* mean = shares + m;
+    double* of_amount = mean + m;
+    double* of_potentials = of_amount + m;
+    for (std::size_t i = 0; i < n; ++i) {
+        const double* nu = nu_row(species + i) + fixed_;
+        const double x = set.x[i];
+        take_shares(species + i, sets_[f].first + i, m, shares);
+        for (std::size_t l = 0; l < m; ++l) {
+            mean[l] += x * nu[l];
+            of_amount[l] += shares[l];
+            for (std::size_t k = 0; k < m; ++k) {
+                of_potentials[l * m + k] += shares[k] * nu[l];
+            }
+        }
+    }
+    vector_[static_cast<Eigen::Index>(own)] = -sets_[f].force;
+    // d ln(amount of i) = d ln N + d ln x_i, and d ln x_i is nu_i less the phase's mean.
+    const std::size_t size = m + mixture_count;
+    for (std::size_t l = 0; l < m; ++l) {
+        double* column = matrix_.data() + l * size;
+        column[own] += mean[l];
+        for (std::size_t k = 0; k < m; ++k) {
+            column[k] += of_potentials[l * m + k] - of_amount[k] * mean[l];
+        }
+        matrix_.data()[own * size + l] += of_amount[l];
+    }
+}
+
+/// The same of a general set, whose compositions respond in a way of their own.
+template <class Count>
+void Assemblage::fill_general_set(std::size_t f, Count m) {
+    const MixtureSet& set = mixtures[f];
+    const std::size_t species = system_->blocks[set.block].first;
+    const std::size_t n = set.x.size();
+    const std::size_t own = m + f;
+    respond(f);
+    const double* response = &responses_[sets_[f].first * (m + 1)];
+    const auto column = [&](std::size_t l) { return matrix_.data() + l * (m + mixture_count); };
+    double* right = vector_.data();
+    right[own] = -sets_[f].force;
+    for (std::size_t i = 0; i < n; ++i) {
+        const double* nu = nu_row(species + i) + fixed_;
+        take_shares(species + i, sets_[f].first + i, m, shares_.data());
+        const double weight = set.x[i] * rho_[i];
+        right[own] -= weight * response[i];
+        for (std::size_t k = 0; k < m; ++k) {
+            column(own)[k] += shares_[k];
+            right[k] -= shares_[k] * response[i];
+        }
+        for (std::size_t l = 0; l < m; ++l) {
+            const double change = response[(l + 1) * n + i];
+            double* __restrict entries = column(l);
+            entries[own] += set.x[i] * nu[l] + weight * change;
+            for (std::size_t k = 0; k < m; ++k) {
+                entries[k] += shares_[k] * change;
+            }
+        }
+    }
+}
+
 void Assemblage::fill_system() {
     const std::size_t m = unknowns();
-    const auto size = static_cast<Eigen::Index>(m + mixture_count);
-    if (matrix_.rows() != size) {
-        matrix_.resize(size, size);
+    const auto rows = static_cast<Eigen::Index>(m + mixture_count);
+    if (matrix_.rows() != rows) {
+        matrix_.resize(rows, rows);
     }
-    if (vector_.size() != size) {
-        vector_.resize(size);
+    if (vector_.size() != rows) {
+        vector_.resize(rows);
     }
     matrix_.setZero();
-    const auto index = [](std::size_t k) { return static_cast<Eigen::Index>(k); };
     for (std::size_t k = 0; k < m; ++k) {
-        vector_[index(k)] = below_[k] - above_[k];
+        vector_[static_cast<Eigen::Index>(k)] = below_[k] - above_[k];
     }
-    for (std::size_t f = 0; f < mixture_count; ++f) {
-        const MixtureSet& set = mixtures[f];
-        const Block& block = system_->blocks[set.block];
-        const std::size_t n = block.count;
-        const SetState& state = sets_[f];
-        const auto column = index(m + f);
-        const bool general = block.curvature != Curvature::Ideal;
-        const double* response = &responses_[state.first * (m + 1)];
-        // The phase's own row: its driving force is to vanish.
-        vector_[column] = -state.force;
-        for (std::size_t i = 0; i < n; ++i) {
-            const double* nu = nu_row(block.first + i) + fixed_;
-            for (std::size_t l = 0; l < m; ++l) {
-                matrix_(column, index(l)) += set.x[i] * nu[l];
+    shares_.resize(m);
+    with_known_count(m, [this](auto count) {
+        for (std::size_t f = 0; f < mixture_count; ++f) {
+            if (system_->blocks[mixtures[f].block].curvature == Curvature::Ideal) {
+                fill_ideal_set(f, count);
+            } else {
+                fill_general_set(f, count);
             }
         }
-        if (general) {
-            respond(f);
-            for (std::size_t i = 0; i < n; ++i) {
-                const double weight = set.x[i] * rho_[i];
-                vector_[column] -= weight * response[i];
-                for (std::size_t l = 0; l < m; ++l) {
-                    matrix_(column, index(l)) += weight * response[(l + 1) * n + i];
-                }
-            }
-        }
-        // Rows of the balances: d ln(amount of i) = d ln N + d ln x_i.
-        for (std::size_t i = 0; i < n; ++i) {
-            const double* nu = nu_row(block.first + i) + fixed_;
-            const double amount = amounts_[state.first + i];
-            for (std::size_t k = 0; k < m; ++k) {
-                if (nu[k] == 0.0) {
-                    continue;
-                }
-                const double scale = nu[k] > 0.0 ? above_scale_[k] : below_scale_[k];
-                const double log_side = nu[k] > 0.0 ? above_[k] : below_[k];
-                const double c = scale > 0.0
-                                     ? amount * nu[k] * scale
-                                     : nu[k] * std::exp(log_amounts_[state.first + i] - log_side);
-                matrix_(index(k), column) += c;
-                if (general) {
-                    vector_[index(k)] -= c * response[i];
-                    for (std::size_t l = 0; l < m; ++l) {
-                        matrix_(index(k), index(l)) += c * response[(l + 1) * n + i];
-                    }
-                } else {
-                    for (std::size_t l = 0; l < m; ++l) {
-                        matrix_(index(k), index(l)) += c * nu[l];
-                    }
-                }
-            }
-        }
-        if (!general) {
-            // d ln x_i of an ideal phase is nu_i less the phase's mean.
-            for (std::size_t k = 0; k < m; ++k) {
-                const double c = matrix_(index(k), column);
-                for (std::size_t l = 0; l < m; ++l) {
-                    matrix_(index(k), index(l)) -= c * matrix_(column, index(l));
-                }
-            }
-        }
-    }
+    });
 }
 
 /// d ln x of a general set's constituent for the whole step.

@@ -496,8 +496,7 @@ bool Solver::join_violator() {
             }
             std::erase_if(assemblage_.pure, [&](const PureSet& set) { return set.block == left; });
             return settle(start_duals) && stable_phases_hold() && is_stable(b) &&
-                   set_count(b) >= sets &&
-                   assemblage_.gibbs() <= before + 1e-9 * std::abs(before);
+                   set_count(b) >= sets && assemblage_.gibbs() <= before + 1e-9 * std::abs(before);
         };
         // The state that the joining starts from is solved for again after a failure.
         const auto is_fresh = [&] {

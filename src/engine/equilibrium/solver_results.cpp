@@ -55,6 +55,9 @@ void Solver::assign_sets(std::size_t b) {
             continue;
         }
         sets.push_back(f);
+    }
+    for (const std::size_t f : sets.size() > 1 ? sets : std::vector<std::size_t>()) {
+        const MixtureSet& set = assemblage_.mixtures[f];
         std::vector<double>& share = shares[f];
         share.assign(active_->component_count(), 0.0);
         double total = 0.0;
@@ -181,6 +184,7 @@ void Solver::fill_potentials(const EquilibriumConditions& conditions) {
     const std::vector<std::size_t>& components = active_->components();
     const std::span<const double> duals = assemblage_.duals();
     const bool closed = assemblage_.open_count() == 0;
+    const bool all = assemblage_.determines_all();
     row_.assign(components.size(), 0.0);
     result_.potentials.assign(system_->components.size(), NaN);
     result_.amounts = input_;
@@ -192,7 +196,7 @@ void Solver::fill_potentials(const EquilibriumConditions& conditions) {
         row_[k] = 1.0;
         if (system_->components[j].electron) {
             result_.amounts[j] = 0.0;
-        } else if (assemblage_.determines(row_)) {
+        } else if (all || assemblage_.determines(row_)) {
             result_.potentials[j] = duals[k] * rt;
         }
         row_[k] = 0.0;
@@ -214,18 +218,21 @@ void Solver::fill_potentials(const EquilibriumConditions& conditions) {
             if (!there) {
                 continue;
             }
+            const std::size_t s = active_->species_of(i, c);
+            if (s != ActiveSystem::None && closed) {
+                // More exact than the sum over components, whose terms are large.
+                potentials[c] = (assemblage_.affinities()[s] + active_->gibbs()[s]) * rt;
+                continue;
+            }
             double mu = 0.0;
             for (std::size_t k = 0; k < components.size(); ++k) {
                 row_[k] = a[components[k]];
                 mu += row_[k] * duals[k];
             }
-            const std::size_t s = active_->species_of(i, c);
             if (s != ActiveSystem::None) {
-                // More exact than the sum over components, whose terms are large.
                 mu = assemblage_.affinities()[s] + active_->gibbs()[s];
             }
-            const bool in_span = s != ActiveSystem::None && closed;
-            if (in_span || assemblage_.determines(row_)) {
+            if (all || assemblage_.determines(row_)) {
                 potentials[c] = mu * rt;
             }
         }
@@ -350,8 +357,16 @@ void Solver::certify() {
         const Block& block = active_->blocks[set.block];
         tau_.resize(block.count);
         std::vector<double>& hessian = group_levels_;
-        hessian.resize(block.count * block.count);
-        const double m = block.evaluator->mixing(set.x, set.log_x, tau_, hessian);
+        double m = 0.0;
+        if (block.curvature == Curvature::Ideal) {
+            m = block.evaluator->mixing(set.x, set.log_x);
+            for (std::size_t i = 0; i < block.count; ++i) {
+                tau_[i] = set.log_x[i] + block.shift + 1.0;
+            }
+        } else {
+            hessian.resize(block.count * block.count);
+            m = block.evaluator->mixing(set.x, set.log_x, tau_, hessian);
+        }
         const double amount = set.amount();
         for (std::size_t i = 0; i < block.count; ++i) {
             take(active_->stoichiometry(block.first + i), amount * set.x[i]);
