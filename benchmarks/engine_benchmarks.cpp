@@ -1,5 +1,6 @@
 // Times of the engine: equilibria from cold and warm starts, reading, models.
 
+#include "drawn_systems.hpp"
 #include "large_file.hpp"
 
 #include "engine/data/tdf_file.hpp"
@@ -12,7 +13,6 @@
 
 #include <cmath>
 #include <fstream>
-#include <random>
 #include <sstream>
 #include <string>
 
@@ -32,42 +32,6 @@ std::shared_ptr<const System> shipped() {
     return system;
 }
 
-/// A gas of 50 species over 5 components, drawn once and for all: atoms, diatomics and the rest.
-std::string gas_text() {
-    std::mt19937 random(50);
-    const auto draw = [&](double low, double high) {
-        return low + (high - low) * static_cast<double>(random()) / 4294967296.0;
-    };
-    std::string text = "fifty species\n5 1 50 0\nA B C D E\n1 12 14 16 28\n6 1 2 3 4 5 6\n"
-                       "6 1 2 3 4 5 6\nGAS\nIDMX\n";
-    for (int k = 0; k < 50; ++k) {
-        int a[5] = {};
-        if (k < 10) {
-            a[k % 5] = k < 5 ? 1 : 2;
-        } else {
-            for (int atom = 0; atom < 2 + k % 4; ++atom) {
-                ++a[random() % 5];
-            }
-        }
-        text += "S" + std::to_string(k) + "\n4 2";
-        double atoms = 0.0;
-        for (int n : a) {
-            text += " " + std::to_string(n);
-            atoms += n;
-        }
-        const double h = k < 5 ? 250000.0 : k < 10 ? 0.0 : -draw(20000.0, 90000.0) * atoms;
-        for (const char* limit : {"1000", "6000"}) {
-            char line[200];
-            std::snprintf(line, sizeof line, "\n%s %.3f %.4f %.4f %.6g %.6g %.6g\n2 %.6g 4 %.6g 99",
-                          limit, h, -draw(20.0, 60.0) * atoms - 80.0, -10.0 * atoms - 8.0,
-                          -1e-3 * atoms, 1e-8 * atoms, 2e4 * atoms, 1e-13 * atoms, 50.0 * atoms);
-            text += line;
-        }
-        text += "\n";
-    }
-    return text;
-}
-
 EquilibriumConditions put_in(std::initializer_list<double> amounts, double t) {
     EquilibriumConditions conditions;
     conditions.t = t;
@@ -79,7 +43,7 @@ EquilibriumConditions put_in(std::initializer_list<double> amounts, double t) {
 }
 
 void gas_of_50_species(benchmark::State& state, Solver::Start start) {
-    Solver solver(System::read_dat(gas_text(), "gas"));
+    Solver solver(System::read_dat(drawn_gas(50), "gas"));
     auto conditions = put_in({1.0, 0.6, 0.8, 1.5, 0.2}, 1000.0);
     int k = 0;
     for (auto _ : state) {
