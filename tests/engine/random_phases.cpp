@@ -22,13 +22,14 @@ double draw(Random& random, double from, double to) {
     return std::uniform_real_distribution<double>(from, to)(random);
 }
 
-Constituent random_constituent(Random& random, std::vector<double> stoichiometry) {
+Constituent random_constituent(Random& random, std::vector<double> stoichiometry,
+                               double most_stable = -3e5) {
     Constituent constituent;
     constituent.name = "I";
     constituent.stoichiometry = std::move(stoichiometry);
     constituent.gibbs.add_range(
         {6000.0,
-         {draw(random, -3e5, 0.0), draw(random, 100.0, 400.0), draw(random, -60.0, -20.0),
+         {draw(random, most_stable, 0.0), draw(random, 100.0, 400.0), draw(random, -60.0, -20.0),
           draw(random, -4e-3, 0.0), draw(random, -1e-7, 1e-7), draw(random, 0.0, 2e5)},
          {}});
     return constituent;
@@ -368,7 +369,8 @@ RandomModel draw_quasichemical(Random& random, bool half) {
         std::vector<double> contents(6, 0.0);
         contents[a] = phase.charges[x];
         contents[x] = phase.charges[a];
-        result.constituents.push_back(random_constituent(random, contents));
+        // Reactions that exchange ions between pairs give what is usual, 100 kJ and less.
+        result.constituents.push_back(random_constituent(random, contents, -5e4));
         const Quadruplet pure{{{{a, a}, {x - 3, x - 3}}}};
         const double z = draw(random, 3.0, 7.0);
         const double other = z * phase.charges[x] / phase.charges[a];

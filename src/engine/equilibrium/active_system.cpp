@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <limits>
+#include <utility>
 
 namespace tessara {
 namespace {
@@ -24,6 +26,12 @@ constexpr std::size_t MostForMiddlesOfEdges = 40;
 constexpr int MostProducts = 500;
 /// Share of a constituent that a corner does not hold.
 constexpr double MostTrace = 1e-6;
+/// Of so many samples the neighbours are looked for, among so many nearest ones.
+constexpr std::size_t MostWithNeighbours = 1000;
+constexpr std::size_t MostNear = 32;
+/// Square of the distance above which samples are too far apart to be neighbours: what lies between
+/// them may rise and fall.
+constexpr double MostDistance = 0.26 * 0.26;
 
 std::uint64_t next_stamp() {
     static std::atomic<std::uint64_t> last{0};
@@ -163,6 +171,7 @@ void ActiveSystem::add_block(std::size_t i, const EquilibriumConditions& conditi
     }
     if (block.curvature == Curvature::General) {
         make_samples(block);
+        find_neighbours(block);
     }
     blocks.push_back(std::move(block));
 }
@@ -531,6 +540,44 @@ void ActiveSystem::make_product_samples(Block& block) const {
     }
 }
 
+/// Neighbours are samples with no third one between them: none is nearer to both. Along an edge
+/// these are the next ones to both sides, so that no rise is overlooked behind a fall.
+void ActiveSystem::find_neighbours(Block& block) {
+    const std::size_t count = block.sample_count();
+    if (count > MostWithNeighbours) {
+        return;
+    }
+    const auto distance = [&](std::size_t a, std::size_t b) {
+        double sum = 0.0;
+        for (std::size_t i = 0; i < block.count; ++i) {
+            const double d = block.sample(a)[i] - block.sample(b)[i];
+            sum += d * d;
+        }
+        return sum;
+    };
+    std::vector<std::pair<double, std::size_t>> near(count);
+    block.first_neighbour.push_back(0);
+    for (std::size_t a = 0; a < count; ++a) {
+        for (std::size_t b = 0; b < count; ++b) {
+            near[b] = {b == a ? std::numeric_limits<double>::infinity() : distance(a, b), b};
+        }
+        const std::size_t most = std::min(count - 1, MostNear);
+        std::partial_sort(near.begin(), near.begin() + static_cast<std::ptrdiff_t>(most),
+                          near.end());
+        for (std::size_t k = 0; k < most && near[k].first <= MostDistance; ++k) {
+            const auto& [far, b] = near[k];
+            const bool hidden = std::any_of(
+                block.neighbours.begin() + static_cast<std::ptrdiff_t>(block.first_neighbour[a]),
+                block.neighbours.end(), [&](std::size_t c) { return distance(c, b) < far; });
+            if (!hidden) {
+                block.neighbours.push_back(b);
+                block.mixing_between.push_back(0.0);
+            }
+        }
+        block.first_neighbour.push_back(block.neighbours.size());
+    }
+}
+
 void ActiveSystem::set_state(const TemperatureTerms& at, double pressure) {
     const double inverse_rt = 1.0 / (GasConstant * at.t);
     for (std::size_t s = 0; s < species_.size(); ++s) {
@@ -546,10 +593,10 @@ void ActiveSystem::set_state(const TemperatureTerms& at, double pressure) {
         if (block.evaluator) {
             block.evaluator->set_state(at, pressure);
             block.shift = block.evaluator->ideal_shift();
-            for (std::size_t k = 0; k < block.sample_count(); ++k) {
-                block.sample_mixing[k] =
-                    block.evaluator->mixing(block.sample(k), block.log_sample(k));
-            }
+            std::fill(block.mixing_between.begin(), block.mixing_between.end(),
+                      std::numeric_limits<double>::quiet_NaN());
+            block.evaluator->mixing_of_samples(block.sample_x, block.sample_log_x,
+                                               block.sample_mixing);
         }
     }
 }

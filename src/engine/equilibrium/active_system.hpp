@@ -60,6 +60,12 @@ struct Block {
     std::vector<double> sample_log_x;
     std::vector<double> sample_mixing; ///< m at the samples, at the present state
 
+    /// The samples next to each sample; none where there are too many samples.
+    std::vector<std::size_t> first_neighbour;
+    std::vector<std::size_t> neighbours;
+    /// m half the way to each neighbour; nan where the present state has not yet been asked for it.
+    mutable std::vector<double> mixing_between;
+
     std::size_t sample_count() const { return sample_mixing.size(); }
     std::span<const double> sample(std::size_t k) const { return {&sample_x[k * count], count}; }
     std::span<const double> log_sample(std::size_t k) const {
@@ -157,6 +163,7 @@ private:
     void make_samples(Block& block) const;
     void make_product_samples(Block& block) const;
     void add_sample(Block& block, std::span<const double> x) const;
+    static void find_neighbours(Block& block);
     void fill_exchange(const Block& block);
 
     const System* system_;

@@ -334,8 +334,67 @@ void PhaseSearch::vary_traces(const Block& block, std::span<const double> tau) {
     }
 }
 
+/// Whether a sample lies on the slope of a hill whose top is elsewhere: the force rises all along
+/// the way to one of its neighbours.
+bool PhaseSearch::rises_to_neighbour(const Block& block, std::size_t sample) {
+    if (block.first_neighbour.empty()) {
+        return false;
+    }
+    const std::size_t n = block.count;
+    const double own = sample_force_[sample];
+    for (std::size_t e = block.first_neighbour[sample]; e < block.first_neighbour[sample + 1];
+         ++e) {
+        const std::size_t neighbour = block.neighbours[e];
+        if (!(sample_force_[neighbour] > own)) {
+            continue;
+        }
+        double& mixing = block.mixing_between[e];
+        if (std::isnan(mixing)) {
+            for (std::size_t i = 0; i < n; ++i) {
+                trial_x_[i] = 0.5 * (block.sample(sample)[i] + block.sample(neighbour)[i]);
+                trial_log_x_[i] = std::log(trial_x_[i]);
+            }
+            mixing = block.evaluator->mixing(std::span(trial_x_.data(), n),
+                                             std::span(trial_log_x_.data(), n));
+        }
+        // The affinities' part is straight.
+        const double between = 0.5 * (own + block.sample_mixing[sample] + sample_force_[neighbour] +
+                                      block.sample_mixing[neighbour]) -
+                               mixing;
+        if (between >= own) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Whether the force only rises on the way from a sample to a maximum already found.
+bool PhaseSearch::leads_to_known(const Block& block, std::span<const double> tau,
+                                 std::size_t sample) {
+    const std::size_t n = block.count;
+    const std::span<const double> start = block.sample(sample);
+    const std::span x(trial_x_.data(), n);
+    const std::span log_x(trial_log_x_.data(), n);
+    return std::any_of(found_.begin(), found_.end(), [&](const Candidate& other) {
+        double last = sample_force_[sample];
+        for (const double share : {0.1, 0.25, 0.45, 0.65, 0.85}) {
+            for (std::size_t i = 0; i < n; ++i) {
+                x[i] = (1.0 - share) * start[i] + share * other.x[i];
+                log_x[i] = std::log(x[i]);
+            }
+            const double force = dot(x, tau) - block.evaluator->mixing(x, log_x);
+            if (force < last - 1e-12) {
+                return false;
+            }
+            last = force;
+        }
+        return last <= other.driving_force + 1e-12;
+    });
+}
+
 const std::vector<Candidate>& PhaseSearch::all(const Block& block, std::span<const double> tau,
-                                               std::size_t most) {
+                                               std::size_t most, std::span<const Candidate> known,
+                                               double least) {
     const std::size_t n = block.count;
     for (Candidate& old : found_) {
         spare_.push_back(std::move(old));
@@ -359,42 +418,39 @@ const std::vector<Candidate>& PhaseSearch::all(const Block& block, std::span<con
     }
     const std::size_t samples = block.sample_count();
     sample_force_.resize(samples);
-    order_.resize(samples);
     for (std::size_t k = 0; k < samples; ++k) {
         sample_force_[k] = dot(block.sample(k), tau) - block.sample_mixing[k];
-        order_[k] = k;
+    }
+    const auto best = static_cast<std::size_t>(
+        std::max_element(sample_force_.begin(), sample_force_.end()) - sample_force_.begin());
+    if (sample_force_[best] < least - FarBelow) {
+        return found_;
+    }
+    // The tops among the samples that may hold a maximum near the plane, and the best of all.
+    resize(n);
+    order_.clear();
+    for (std::size_t k = 0; k < samples; ++k) {
+        if (k == best || (sample_force_[k] >= -FarBelow && !rises_to_neighbour(block, k))) {
+            order_.push_back(k);
+        }
     }
     std::sort(order_.begin(), order_.end(), [&](std::size_t a, std::size_t b) {
         return sample_force_[a] != sample_force_[b] ? sample_force_[a] > sample_force_[b] : a < b;
     });
-    resize(n);
+    for (const Candidate& start : known) {
+        Candidate candidate = fresh();
+        candidate.x = start.x;
+        candidate.log_x = start.log_x;
+        take_if_new(block, tau, std::move(candidate));
+    }
     for (std::size_t k : order_) {
-        if (!found_.empty() && (sample_force_[k] < -FarBelow || found_.size() >= most)) {
+        if (found_.size() >= most && !found_.empty()) {
             break;
         }
-        const std::span<const double> start = block.sample(k);
-        // A sample from which the force only rises on the way to a maximum already found leads
-        // there.
-        const bool known = std::any_of(found_.begin(), found_.end(), [&](const Candidate& other) {
-            double last = sample_force_[k];
-            for (const double share : {0.1, 0.25, 0.45, 0.65, 0.85}) {
-                for (std::size_t i = 0; i < n; ++i) {
-                    trial_x_[i] = (1.0 - share) * start[i] + share * other.x[i];
-                    trial_log_x_[i] = std::log(trial_x_[i]);
-                }
-                const std::span x(trial_x_.data(), n);
-                const double force =
-                    dot(x, tau) - block.evaluator->mixing(x, std::span(trial_log_x_.data(), n));
-                if (force < last - 1e-12) {
-                    return false;
-                }
-                last = force;
-            }
-            return last <= other.driving_force + 1e-12;
-        });
-        if (known) {
+        if (leads_to_known(block, tau, k)) {
             continue;
         }
+        const std::span<const double> start = block.sample(k);
         const std::span<const double> log_start = block.log_sample(k);
         Candidate candidate = fresh();
         candidate.x.assign(start.begin(), start.end());

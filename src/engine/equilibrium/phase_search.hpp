@@ -5,6 +5,7 @@
 
 #include <Eigen/LU>
 
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -38,9 +39,12 @@ public:
                  std::span<double> log_x);
     bool converged() const { return converged_; }
 
-    /// Local maxima found from the samples, best first, at most `most` distinct ones.
+    /// Local maxima found from the samples, best first, at most `most` distinct ones. `known` are
+    /// compositions near which maxima are likely; where none can come up to `least` none is looked
+    /// for.
     const std::vector<Candidate>& all(const Block& block, std::span<const double> tau,
-                                      std::size_t most);
+                                      std::size_t most, std::span<const Candidate> known = {},
+                                      double least = -std::numeric_limits<double>::infinity());
 
     /// Whether the phase is stable against small changes of its composition (Hessian positive
     /// definite along what holds among the variables).
@@ -74,6 +78,8 @@ public:
     static double normalise(std::span<double> x, std::span<double> log_x);
 
 private:
+    bool rises_to_neighbour(const Block& block, std::size_t sample);
+    bool leads_to_known(const Block& block, std::span<const double> tau, std::size_t sample);
     bool take_if_new(const Block& block, std::span<const double> tau, Candidate candidate);
     void vary_traces(const Block& block, std::span<const double> tau);
     void detach(std::size_t n, std::size_t i);

@@ -65,6 +65,7 @@ const Equilibrium& Solver::solve(const EquilibriumConditions& conditions, Start 
     prepare(conditions);
     const bool can_start = std::exchange(assemblage_is_start_, false);
     if (start == Start::Cold || !can_start || !solve_warm() || holds_impossible()) {
+        known_minima_.clear(); // so that the result is that of these conditions alone
         solve_cold(conditions);
     }
     make_result(conditions);
@@ -234,6 +235,19 @@ bool Solver::stable_phases_hold() {
     return true;
 }
 
+/// The minima of a phase under these affinities, begun from those of its last search.
+const std::vector<Candidate>& Solver::minima(std::size_t b, std::span<const double> tau,
+                                             double least) {
+    known_minima_.resize(active_->blocks.size());
+    std::vector<Candidate>& known = known_minima_[b];
+    const std::vector<Candidate>& found =
+        search_.all(active_->blocks[b], tau, MostMinima, known, least);
+    if (!found.empty()) {
+        known = found;
+    }
+    return found;
+}
+
 /// Works out the driving forces of the phases that are not stable, dormant ones too, and says
 /// whether one of those that take part would lower the Gibbs energy.
 bool Solver::find_violations() {
@@ -255,8 +269,7 @@ bool Solver::find_violations() {
             continue; // a convex phase has no second composition
         }
         const bool closed = sets > 0 && !block.may_add_sets && sets >= block.copies.size();
-        for (const Candidate& candidate :
-             search_.all(block, tau.subspan(block.first, block.count), MostMinima)) {
+        for (const Candidate& candidate : minima(b, tau.subspan(block.first, block.count))) {
             bool own = false;
             for (std::size_t f = 0; f < assemblage_.mixture_count; ++f) {
                 const MixtureSet& set = assemblage_.mixtures[f];
@@ -579,7 +592,7 @@ bool Solver::improve() {
 
 bool Solver::solve_rounds() {
     trace_ = CoarseTrace;
-    for (int round = 0; round < CoarseRounds && refine(CoarseThreshold); ++round) {
+    for (int round = 0; round < CoarseRounds && refine(CoarseThreshold, true); ++round) {
         run_programme();
     }
     std::vector<double> prices;

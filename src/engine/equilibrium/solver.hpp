@@ -7,6 +7,7 @@
 #include "engine/equilibrium/linear_programme.hpp"
 #include "engine/equilibrium/phase_search.hpp"
 
+#include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -94,7 +95,7 @@ private:
     void clear_pool();
     void restart_programme();
     bool exclude_impossible();
-    bool refine(double threshold);
+    bool refine(double threshold, bool coarse = false);
     bool add_column(std::size_t block, std::span<const double> x, std::span<const double> log_x);
     double corner_cost(const Corner& corner) const;
     void leave_out_traces(const Block& block, const Column& column);
@@ -111,6 +112,8 @@ private:
     bool settle(std::span<const double> start_duals);
     bool close_open_potentials();
     bool find_violations();
+    const std::vector<Candidate>& minima(std::size_t b, std::span<const double> tau,
+                                         double least = -std::numeric_limits<double>::infinity());
     bool drop_traces();
     bool join_violator();
     bool descend();
@@ -132,6 +135,7 @@ private:
     std::shared_ptr<const System> system_;
     /// Phase and constituent of the records with volume data, outside of gases.
     std::vector<std::pair<std::size_t, std::size_t>> with_volume_data_;
+    std::vector<std::vector<Candidate>> known_minima_; ///< of each block
     Options options_;
     TemperatureTerms terms_;
     double p_ = 0.0;

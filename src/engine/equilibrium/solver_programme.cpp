@@ -7,11 +7,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 // The linear programme: its columns, its failures, and the phases that it names to start from.
 
 namespace tessara {
 namespace {
+
+constexpr double Infinity = std::numeric_limits<double>::infinity();
 
 /// What a column holds less of than this it does not hold: the traces that models need.
 constexpr double LeastInColumn = 1e-16;
@@ -183,8 +186,9 @@ bool Solver::add_column(std::size_t b, std::span<const double> x, std::span<cons
 }
 
 /// Adds the compositions of mixture phases that have a driving force above the threshold at the
-/// programme's prices. Says whether there were any.
-bool Solver::refine(double threshold) {
+/// programme's prices. Says whether there were any. Where it need not be thorough, phases far from
+/// forming are passed over.
+bool Solver::refine(double threshold, bool coarse) {
     const std::size_t entered = active_->entered_count();
     tau_.resize(active_->species().size());
     for (std::size_t s = 0; s < entered; ++s) {
@@ -205,7 +209,7 @@ bool Solver::refine(double threshold) {
             }
             continue;
         }
-        for (const Candidate& candidate : search_.all(block, tau, MostMinima)) {
+        for (const Candidate& candidate : minima(b, tau, coarse ? threshold : -Infinity)) {
             if (candidate.driving_force > threshold) {
                 added = add_column(b, candidate.x, candidate.log_x) || added;
             }

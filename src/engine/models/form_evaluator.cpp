@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace tessara {
 namespace {
@@ -118,15 +119,44 @@ void FormEvaluator::set_state(const TemperatureTerms& at, double pressure) {
 }
 
 double FormEvaluator::mixing(std::span<const double> y, std::span<const double> log_y) const {
-    double m =
-        phase_.energy.value(y, phase_.coefficients.reduced()) + phase_.mixing.value(y, log_y);
-    for (std::size_t i = 0; i < phase_.linear.size(); ++i) {
-        m += phase_.linear[i] * y[i];
-    }
+    double m = phase_.energy.value(y, phase_.coefficients.reduced()) + entropy(y, log_y);
     if (phase_.magnetic) {
         m += phase_.magnetic->value(t_, y);
     }
     return m;
+}
+
+/// What does not depend on T.
+double FormEvaluator::entropy(std::span<const double> y, std::span<const double> log_y) const {
+    double m = phase_.mixing.value(y, log_y);
+    for (std::size_t i = 0; i < phase_.linear.size(); ++i) {
+        m += phase_.linear[i] * y[i];
+    }
+    return m;
+}
+
+void FormEvaluator::mixing_of_samples(std::span<const double> y, std::span<const double> log_y,
+                                      std::span<double> m) const {
+    const std::size_t count = phase_.energy.coefficient_count();
+    if (samples_.entropy.size() != m.size()) {
+        samples_.entropy.resize(m.size());
+        samples_.products.resize(m.size() * count);
+        for (std::size_t k = 0; k < m.size(); ++k) {
+            const std::span<const double> at = y.subspan(k * size_, size_);
+            samples_.entropy[k] = entropy(at, log_y.subspan(k * size_, size_));
+            phase_.energy.by_coefficient(at,
+                                         std::span(samples_.products).subspan(k * count, count));
+        }
+    }
+    const std::span<const double> coefficients = phase_.coefficients.reduced();
+    for (std::size_t k = 0; k < m.size(); ++k) {
+        const double* products = &samples_.products[k * count];
+        m[k] = std::inner_product(products, products + count, coefficients.begin(),
+                                  samples_.entropy[k]);
+        if (phase_.magnetic) {
+            m[k] += phase_.magnetic->value(t_, y.subspan(k * size_, size_));
+        }
+    }
 }
 
 double FormEvaluator::mixing(std::span<const double> y, std::span<const double> log_y,
@@ -151,7 +181,7 @@ double FormEvaluator::mixing(std::span<const double> y, std::span<const double> 
     return m + add_entropy(y, log_y, gradient);
 }
 
-/// What does not depend on T: adds its gradient and returns its value.
+/// The same with its gradient, which is added.
 double FormEvaluator::add_entropy(std::span<const double> y, std::span<const double> log_y,
                                   std::span<double> gradient) const {
     double m = phase_.mixing.gradient(y, log_y, gradient);

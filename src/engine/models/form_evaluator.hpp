@@ -74,6 +74,8 @@ public:
                            std::span<ThermalValue> of_constituents) const override;
     void set_state(const TemperatureTerms& at, double pressure) override;
     double mixing(std::span<const double> y, std::span<const double> log_y) const override;
+    void mixing_of_samples(std::span<const double> y, std::span<const double> log_y,
+                           std::span<double> m) const override;
     double mixing(std::span<const double> y, std::span<const double> log_y,
                   std::span<double> gradient, std::span<double> scaled_hessian) const override;
     ThermalValue mixing_thermal(std::span<const double> y, std::span<const double> log_y,
@@ -86,6 +88,13 @@ public:
     double gradient_volume(std::span<const double> y, std::span<double> gradient) const;
 
 private:
+    /// What samples have of each coefficient, sample after sample, and their entropy over R.
+    struct SampleTable {
+        std::vector<double> products;
+        std::vector<double> entropy;
+    };
+
+    double entropy(std::span<const double> y, std::span<const double> log_y) const;
     double add_entropy(std::span<const double> y, std::span<const double> log_y,
                        std::span<double> gradient) const;
 
@@ -97,6 +106,7 @@ private:
     mutable std::vector<double> gradient_;
     mutable std::vector<double> root_;
     mutable std::vector<double> group_sums_;
+    mutable SampleTable samples_;
 };
 
 /// Turns the gradient of a property of one unit into partial quantities, see

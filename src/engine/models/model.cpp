@@ -33,6 +33,14 @@ std::string_view model_name(ModelKind kind) {
 }
 
 void PhaseModel::describe(Description&) const {}
+void PhaseEvaluator::mixing_of_samples(std::span<const double> x, std::span<const double> log_x,
+                                       std::span<double> m) const {
+    const std::size_t n = size();
+    for (std::size_t k = 0; k < m.size(); ++k) {
+        m[k] = mixing(x.subspan(k * n, n), log_x.subspan(k * n, n));
+    }
+}
+
 void PhaseEvaluator::reported(std::span<const double> y, std::span<double> amounts) const {
     std::copy(y.begin(), y.end(), amounts.begin());
 }
