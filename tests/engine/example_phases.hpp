@@ -6,9 +6,21 @@
 
 namespace tessara::test {
 
-/// Data files of one phase each, of invented substances, with the figures that an independent
-/// calculation was made for (see model_states_test.cpp). Every component has a pure phase of
-/// 200 kJ/mol as well, which never forms.
+/// Data files of invented substances, with the figures of an independent calculation for each in
+/// check_values/, a file of the same name.
+
+/// Two components: a gas, a melt with three orders of interaction, two forms of a compound,
+/// dummies. Ranges that end between and below the temperatures of the states; extra terms with
+/// powers and ln T.
+std::string gas_and_melt_text();
+/// A magnetic solution listed twice and two magnetic compounds. Numbers below zero stand for
+/// antiferromagnets; one pair is listed in reverse.
+std::string magnetic_solid_text();
+/// Ions in an ideal mixture, held neutral by an electron component of their own, and a compound.
+std::string charged_ions_text();
+/// Files of one phase each. Every component has a pure phase of 200 kJ/mol as well, which never
+/// forms.
+std::string two_equivalents_text(); ///< polynomials; a constituent of two equivalents
 std::string sublattice_text();
 std::string reciprocal_text();
 std::string ordering_magnetic_text(); ///< three sublattices, two of which hold the same
