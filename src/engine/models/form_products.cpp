@@ -52,7 +52,7 @@ std::size_t FormProducts::form(std::vector<FormPart> parts, double constant) {
 
 void FormProducts::add(std::size_t coefficient, double multiplier,
                        std::span<const Factor> factors) {
-    Term term{coefficient, multiplier, factors_.size(), 0, places_.size(), 0};
+    Term term{coefficient, multiplier, factors_.size(), 0, places_.size(), 0, true};
     const auto place_of = [&](std::size_t variable) {
         const auto begin = places_.begin() + static_cast<std::ptrdiff_t>(term.first_variable);
         const auto found = std::find(begin, places_.end(), variable);
@@ -97,6 +97,11 @@ void FormProducts::add(std::size_t coefficient, double multiplier,
     }
     term.factor_count = factors_.size() - term.first_factor;
     term.variable_count = places_.size() - term.first_variable;
+    for (std::size_t k = 0; k < term.factor_count; ++k) {
+        const Factor& factor = factors_[term.first_factor + k].factor;
+        term.plain =
+            term.plain && factor.form < variables_ && factor.over == None && factor.power == 1;
+    }
     terms_.push_back(term);
     coefficients_ = std::max(coefficients_, coefficient + 1);
     derivatives_.resize(std::max(derivatives_.size(), term.factor_count));
@@ -104,7 +109,10 @@ void FormProducts::add(std::size_t coefficient, double multiplier,
     after_.resize(std::max(after_.size(), term.factor_count + 1));
     rest_.resize(std::max(rest_.size(), term.factor_count * term.factor_count));
     cross_.resize(std::max(cross_.size(), term.variable_count));
-    slopes_.resize(entries_.size());
+    // Those of forms that nothing divides are constant.
+    for (std::size_t k = slopes_.size(); k < entries_.size(); ++k) {
+        slopes_.push_back(entries_[k].above);
+    }
 }
 
 void FormProducts::set(std::span<const double> y) const {
@@ -122,7 +130,8 @@ void FormProducts::set(std::span<const double> y) const {
 
 double FormProducts::factor_value(const Factor& factor) const {
     const double above = values_[factor.form];
-    return power(factor.over == None ? above : above / values_[factor.over], factor.power);
+    const double ratio = factor.over == None ? above : above / values_[factor.over];
+    return factor.power == 1 ? ratio : power(ratio, factor.power);
 }
 
 /// b dr/dy of one entry. Where it stands in both forms, the ratio's change is what the other
@@ -153,7 +162,8 @@ FormProducts::Derivatives FormProducts::derivatives(const TermFactor& own) const
     const double e = factor.power;
     const double second = factor.power == 1 ? 0.0 : power(ratio, factor.power - 2);
     const double first = factor.power == 1 ? 1.0 : second * ratio;
-    for (std::size_t k = own.first_entry; k < own.first_entry + own.entry_count; ++k) {
+    for (std::size_t k = own.first_entry;
+         factor.over != None && k < own.first_entry + own.entry_count; ++k) {
         slopes_[k] = slope(own, entries_[k]);
     }
     return {inverse, first * ratio, e * first, e * (e - 1.0) * second};
@@ -161,6 +171,12 @@ FormProducts::Derivatives FormProducts::derivatives(const TermFactor& own) const
 
 double FormProducts::product(const Term& term) const {
     double result = term.multiplier;
+    if (term.plain) {
+        for (std::size_t k = 0; k < term.factor_count; ++k) {
+            result *= values_[plain_variable(term, k)];
+        }
+        return result;
+    }
     for (std::size_t k = 0; k < term.factor_count; ++k) {
         result *= factor_value(factors_[term.first_factor + k].factor);
     }
@@ -191,6 +207,10 @@ double FormProducts::gradient(std::span<const double> y, std::span<const double>
     for (const Term& term : terms_) {
         const double c = coefficients[term.coefficient] * term.multiplier;
         if (c == 0.0) {
+            continue;
+        }
+        if (term.plain) {
+            total += add_plain_gradient(term, c, gradient);
             continue;
         }
         after_[term.factor_count] = 1.0;
@@ -233,9 +253,53 @@ void FormProducts::scaled_hessian(std::span<const double> y, std::span<const dou
     }
 }
 
+/// Of a product of variables: those before each of them times those behind it. Gives the product.
+double FormProducts::add_plain_gradient(const Term& term, double factor,
+                                        std::span<double> gradient) const {
+    const std::size_t count = term.factor_count;
+    after_[count] = 1.0;
+    for (std::size_t k = count; k-- > 0;) {
+        after_[k] = values_[plain_variable(term, k)] * after_[k + 1];
+    }
+    double before = factor;
+    for (std::size_t k = 0; k < count; ++k) {
+        const std::size_t i = plain_variable(term, k);
+        gradient[i] += before * after_[k + 1];
+        before *= values_[i];
+    }
+    return before;
+}
+
+/// Of a product of variables: those before, between and behind each two of them.
+void FormProducts::add_plain_hessian(const Term& term, double factor,
+                                     std::span<double> hessian) const {
+    const std::size_t count = term.factor_count;
+    after_[count] = 1.0;
+    for (std::size_t k = count; k-- > 0;) {
+        after_[k] = values_[plain_variable(term, k)] * after_[k + 1];
+    }
+    double before = factor;
+    for (std::size_t k = 0; k < count; ++k) {
+        const std::size_t i = plain_variable(term, k);
+        double between = before * scale_[i];
+        for (std::size_t m = k + 1; m < count; ++m) {
+            const std::size_t j = plain_variable(term, m);
+            const double second = between * after_[m + 1] * scale_[j];
+            hessian[i * variables_ + j] += second;
+            hessian[j * variables_ + i] += second;
+            between *= values_[j];
+        }
+        before *= values_[i];
+    }
+}
+
 /// Second derivatives: of one factor times the others, and of two different ones.
 void FormProducts::add_hessian(const Term& term, double factor, std::span<double> hessian) const {
     if (factor == 0.0) {
+        return;
+    }
+    if (term.plain) {
+        add_plain_hessian(term, factor, hessian);
         return;
     }
     const std::size_t count = term.factor_count;

@@ -84,6 +84,7 @@ private:
         std::size_t factor_count;
         std::size_t first_variable; ///< in `places_`
         std::size_t variable_count;
+        bool plain; ///< a product of different variables, as of an end member
     };
     /// A factor's value f = r^e, r = a / b, and its derivatives in r.
     struct Derivatives {
@@ -97,6 +98,11 @@ private:
     double slope(const TermFactor& own, const Entry& entry) const;
     double product(const Term& term) const;
     void add_hessian(const Term& term, double factor, std::span<double> hessian) const;
+    double add_plain_gradient(const Term& term, double factor, std::span<double> gradient) const;
+    void add_plain_hessian(const Term& term, double factor, std::span<double> hessian) const;
+    std::size_t plain_variable(const Term& term, std::size_t k) const {
+        return factors_[term.first_factor + k].factor.form;
+    }
 
     std::size_t variables_;
     std::size_t coefficients_ = 0;
