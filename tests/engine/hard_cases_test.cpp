@@ -1,6 +1,8 @@
 // Systems that equilibrium programs find hard. Every result comes with its certificate; what is
 // checked besides is said at each.
 
+#include "engine/search/phase_map.hpp"
+#include "engine/search/target_search.hpp"
 #include "random_systems.hpp"
 #include "support.hpp"
 
@@ -220,10 +222,89 @@ TEST(HardCases, EachComponentOfTheShippedFileAbsentOrATraceInTurn) {
     }
 }
 
+/// A regular solution of three components with one parameter for all pairs, in equal amounts: three
+/// sets, each rich in one component, and by symmetry ln(p / q) = (L / RT) (p - q) for its share p
+/// and those of the others, q = (1 - p) / 2.
+TEST(HardCases, ThreeSetsOfOnePhase) {
+    constexpr double L = 25000.0;
+    const std::vector<DatText::Species> species = {
+        {"A", {1, 0, 0}, {0.0}}, {"B", {0, 1, 0}, {0.0}}, {"C", {0, 0, 1}, {0.0}}};
+    const std::vector<DatText::Parameter> parameters = {
+        {{1, 2}, {{L}}}, {{1, 3}, {{L}}}, {{2, 3}, {{L}}}};
+    DatText text({"A", "B", "C"});
+    text.redlich_kister("MELT", species, parameters);
+    for (const DatText::Species& one : species) {
+        text.pure({one.name + "(s)", one.stoichiometry, {2e5}});
+    }
+    const auto system = text.read();
+    Solver cold(system);
+    Solver warm(system);
+    for (const double t : {400.0, 600.0, 800.0}) {
+        const Equilibrium& result = solve_both_ways(cold, warm, with_amounts(t, {1.0, 1.0, 1.0}));
+        const double w = L / (8.314462618 * t);
+        double p = 1.0;
+        for (int step = 0; step < 2000; ++step) {
+            const double ratio = std::exp(-w * (p - 0.5 * (1.0 - p)));
+            p = 1.0 / (1.0 + 2.0 * ratio);
+        }
+        ASSERT_EQ(result.sets.size(), 3U) << t;
+        EXPECT_EQ(result.folded, std::vector<std::size_t>{0});
+        for (std::size_t k = 0; k < 3; ++k) {
+            EXPECT_NEAR(result.sets[k].amount, 1.0, 1e-9);
+            for (std::size_t i = 0; i < 3; ++i) {
+                EXPECT_NEAR(result.sets[k].fractions[i], i == k ? p : 0.5 * (1.0 - p), 1e-10) << t;
+            }
+        }
+    }
+}
+
+/// An ideal melt of three components that melt alike, in equal amounts, and their pure solids: all
+/// four phases change at once where the heat of fusion over T is R ln 3 more than at the melting
+/// point. In between the melt has the share of the heat that was added.
+TEST(HardCases, FourPhasesChangeAtOnce) {
+    constexpr double Fusion = 10000.0;
+    constexpr double Melting = 1000.0;
+    const std::vector<DatText::Species> melt = {{"A", {1, 0, 0}, {Fusion, -Fusion / Melting}},
+                                                {"B", {0, 1, 0}, {Fusion, -Fusion / Melting}},
+                                                {"C", {0, 0, 1}, {Fusion, -Fusion / Melting}}};
+    DatText text({"A", "B", "C"});
+    text.ideal("MELT", melt);
+    for (const DatText::Species& one : melt) {
+        text.pure({one.name + "(s)", one.stoichiometry, {0.0}});
+    }
+    const auto system = text.read();
+    const double expected = Fusion / (Fusion / Melting + 8.314462618 * std::log(3.0));
+    Solver solver(system);
+    const EquilibriumConditions in = with_amounts(300.0, {1.0, 1.0, 1.0});
+    {
+        PathSolver path(solver, Path(Path::Variable::Temperature, {in, std::nullopt}), nullptr);
+        const PhaseMap map(path, 300.0, 1500.0);
+        ASSERT_EQ(map.transitions().size(), 1U);
+        EXPECT_NEAR(map.transitions()[0].point, expected, 1e-9 * expected);
+    }
+    for (const double share : {0.001, 0.25, 0.5, 0.999}) {
+        for (const double guess : {310.0, 520.0, 1400.0}) {
+            Condition condition;
+            condition.variable = ConditionVariable::H;
+            condition.value = 3.0 * Fusion * share;
+            PathSolver path(solver, Path(Path::Variable::Temperature, {in, std::nullopt}), nullptr);
+            const PathState found =
+                find_target(path, Requirement(*system, condition), {guess, 0.0, 1.0}, "H");
+            EXPECT_NEAR(found.point, expected, 1e-9 * expected);
+            EXPECT_TRUE(found.equilibrium.certificate.holds());
+            EXPECT_NEAR(amount(*system, found.equilibrium, "MELT"), 3.0 * share, 1e-9);
+            for (const char* solid : {"A(s)", "B(s)", "C(s)"}) {
+                EXPECT_NEAR(amount(*system, found.equilibrium, solid), 1.0 - share, 1e-9);
+            }
+        }
+    }
+}
+
 /// One species alone in random systems, so cold that what it decomposes to, of the order of 1e-24
 /// mol, condenses in solutions and compounds of their own.
 TEST(HardCases, OneSpeciesAloneWhoseTracesCondense) {
-    for (const unsigned seed : {1055U, 1915U, 1994U, 2874U, 3250U, 3721U, 5799U, 6459U, 8695U, 10175U}) {
+    for (const unsigned seed :
+         {1055U, 1915U, 1994U, 2874U, 3250U, 3721U, 5799U, 6459U, 8695U, 10175U}) {
         Random random(1000 + seed);
         const auto system = random_system(random, 2 + seed % 4).read();
         Solver solver(system);

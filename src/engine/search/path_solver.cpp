@@ -2,6 +2,7 @@
 
 #include "engine/search/closed_vessel.hpp"
 #include "engine/search/root.hpp"
+#include "engine/units/constants.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -225,6 +226,27 @@ std::optional<Transition> locate(PathSolver& solver, const PathState& lower,
     return std::nullopt;
 }
 
+namespace {
+
+/// Over R T, of the constituents of phases that are present in a mixture of two states.
+double largest_difference_of_potentials(const Equilibrium& first, const Equilibrium& second,
+                                        const Equilibrium& mixture) {
+    double largest = 0.0;
+    for (std::size_t i = 0; i < mixture.phases.size(); ++i) {
+        for (std::size_t c = 0; c < mixture.constituent_potentials[i].size(); ++c) {
+            const double difference =
+                first.constituent_potentials[i][c] - second.constituent_potentials[i][c];
+            // Those that one state leaves open are as the other has them.
+            if (mixture.phases[i].amount > 0.0 && std::isfinite(difference)) {
+                largest = std::max(largest, std::abs(difference));
+            }
+        }
+    }
+    return largest / (GasConstant * mixture.t);
+}
+
+} // namespace
+
 Equilibrium mixed(const Equilibrium& first, const Equilibrium& second, double share) {
     Equilibrium result = share < 0.5 ? first : second;
     const auto between = [share](double a, double b) { return a + share * (b - a); };
@@ -264,7 +286,9 @@ Equilibrium mixed(const Equilibrium& first, const Equilibrium& second, double sh
     }
     Certificate& certificate = result.certificate;
     certificate.balance = std::max(first.certificate.balance, second.certificate.balance);
-    certificate.potential = std::max(first.certificate.potential, second.certificate.potential);
+    // Phases of one state stand beside potentials of the other.
+    certificate.potential = std::max({first.certificate.potential, second.certificate.potential,
+                                      largest_difference_of_potentials(first, second, result)});
     certificate.driving_force =
         std::max(first.certificate.driving_force, second.certificate.driving_force);
     return result;

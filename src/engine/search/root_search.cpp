@@ -95,6 +95,9 @@ std::optional<PathState> mixed_zero(const PathState& one, const PathState& other
     }
     PathState result = share < 0.5 ? one : other;
     result.equilibrium = mixed(one.equilibrium, other.equilibrium, share);
+    if (!result.equilibrium.certificate.holds()) {
+        return std::nullopt;
+    }
     result.measure = 0.0;
     result.present.clear();
     std::set_union(one.present.begin(), one.present.end(), other.present.begin(),
