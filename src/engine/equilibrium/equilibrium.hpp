@@ -68,6 +68,9 @@ struct PhaseResult {
     /// Greatest value of (potentials - Gibbs energy) per mole over R T: 0 when stable, nan where
     /// the stable phases leave it open.
     double driving_force = 0.0;
+    /// Of a phase that is present: the same for the best composition that is none of its own, by
+    /// which it would unmix; minus infinity where there is none.
+    double force_of_further = 0.0;
 };
 
 /// The state of lowest Gibbs energy under given conditions. A plain value without links to the

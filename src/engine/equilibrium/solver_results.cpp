@@ -121,6 +121,7 @@ void Solver::assign_sets(std::size_t b) {
         }
         into.amount = sum;
         into.driving_force = 0.0;
+        into.force_of_further = absent_[b].force / units;
         if (sets.size() > 1) {
             result_.sets.push_back(std::move(listed));
         }
@@ -134,6 +135,7 @@ void Solver::fill_phase(const EquilibriumConditions& conditions, std::size_t i) 
     phase.dormant = conditions.of_phase(i) == Participation::Dormant;
     phase.amount = 0.0;
     phase.driving_force = NaN;
+    phase.force_of_further = -Infinity;
     phase.fractions.assign(count, 0.0);
     phase.log_fractions.assign(count, -Infinity);
     phase.constituent_can_form.assign(count, 0);
@@ -171,6 +173,7 @@ void Solver::fill_phase(const EquilibriumConditions& conditions, std::size_t i) 
         }
     }
     phase.driving_force = absent_[b].force / units; // per mole of what is reported
+    phase.force_of_further = -Infinity;
     for (std::size_t a = 0; a < block.active.size(); ++a) {
         const std::size_t c = block.active[a];
         phase.constituent_can_form[c] = 1;

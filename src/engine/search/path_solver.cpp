@@ -18,6 +18,8 @@ constexpr double JoinsAbove = 1e-9;
 /// for.
 constexpr double Beyond[] = {1e-9, 1e-7, 1e-5, 1e-3};
 constexpr int MostHalvings = 40;
+/// A number for driving forces that are further below zero, or of what does not exist.
+constexpr double LeastForce = -1e3;
 
 std::vector<std::size_t> present_phases(const Equilibrium& equilibrium) {
     std::vector<std::size_t> present;
@@ -45,7 +47,8 @@ std::vector<std::size_t> only_in(const PathState& one, const PathState& other) {
     return phases;
 }
 
-/// Greatest driving force of some phases that are absent; nan where it is open.
+/// Greatest driving force of some phases that are absent, or of further compositions of those that
+/// are present; nan where it is open.
 double greatest_force(const PathState& state, const std::vector<std::size_t>& phases) {
     if (!state.equilibrium.open_combinations.empty()) {
         return NaN;
@@ -53,9 +56,9 @@ double greatest_force(const PathState& state, const std::vector<std::size_t>& ph
     double force = -std::numeric_limits<double>::infinity();
     for (const std::size_t i : phases) {
         const PhaseResult& phase = state.equilibrium.phases[i];
-        force = std::max(force, phase.amount > 0.0 ? NaN : phase.driving_force);
+        force = std::max(force, phase.amount > 0.0 ? phase.force_of_further : phase.driving_force);
     }
-    return force;
+    return std::max(force, LeastForce);
 }
 
 /// Whether no phase would form beside those of a state on a branch.
