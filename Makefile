@@ -5,6 +5,7 @@
 #   make test-long   whole sweeps, fuzzing and long property runs as well
 #   make lint        formatting and static checks
 #   make benchmark   times of the engine and of the Python interface
+#   make benchmark-peers   answers and times beside those of other open programs
 
 PYTHON ?= python3
 VENV := .venv
@@ -39,7 +40,8 @@ SANITIZED_SAMPLES = TESSARA_CORES=standin TESSARA_RANDOM_CALLS=2500
 SANITIZED_TESTS = tests/friendly tests/basic tests/system/test_classes.py \
 	tests/system/test_queries.py tests/system/test_result_objects.py tests/system/test_streams.py
 
-.PHONY: demo test test-python test-sanitized test-long test-release test-fuzz lint benchmark clean
+.PHONY: demo test test-python test-sanitized test-long test-release test-fuzz lint benchmark \
+	benchmark-peers clean
 
 demo: $(VENV)/package
 	$(BIN)/python examples/reduction_of_hematite.py
@@ -100,6 +102,10 @@ benchmark: $(VENV)/package $(VENV)/test-tools
 		TESSARA_BASIC=$$(ls build/release/benchmarks/basic.*.so) \
 		$(BIN)/pytest benchmarks/over_standin --benchmark-only
 
+# The other programs are a benchmark's business only; the package never needs them.
+benchmark-peers: $(VENV)/package $(VENV)/benchmark-tools
+	cd benchmarks && $(PY) -m peers
+
 $(ENVIRONMENT):
 	tools/install-system-packages compiler
 	$(PYTHON) -m venv $(VENV)
@@ -116,6 +122,10 @@ $(VENV)/test-tools: $(ENVIRONMENT) pyproject.toml
 	tools/install-system-packages googletest
 	$(BIN)/pip install --quiet 'pytest>=8' 'hypothesis>=6.100' 'pytest-benchmark>=5' 'pytest-xdist>=3.5' \
 		'numpy>=1.26' 'mypy>=1.11'
+	touch $@
+
+$(VENV)/benchmark-tools: $(ENVIRONMENT) pyproject.toml
+	$(BIN)/pip install --quiet 'cantera>=3.1' 'pycalphad>=0.11' 'matplotlib>=3.8'
 	touch $@
 
 $(VENV)/dev-tools: $(ENVIRONMENT) pyproject.toml
