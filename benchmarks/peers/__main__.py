@@ -125,10 +125,11 @@ def show(comparison: Comparison) -> bool:
     friendly, operations, peer = (
         1e6 * statistics.median(column) / len(mine) for column in zip(*rounds, strict=True)
     )
+    times, times_basic = (statistics.median(one[2] / one[k] for one in rounds) for k in (0, 1))
     print(
         f"  tessara.friendly {friendly:.0f} us a state (tessara.basic {operations:.0f} us),"
-        f" {comparison.peer} {peer:.0f} us: {peer / friendly:.1f} times as long"
-        f" ({peer / operations:.1f} times tessara.basic)"
+        f" {comparison.peer} {peer:.0f} us: {times:.1f} times as long"
+        f" ({times_basic:.1f} times tessara.basic)"
     )
     return True
 
