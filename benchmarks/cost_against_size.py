@@ -19,8 +19,6 @@ def curves(times):
     for row in times["benchmarks"]:
         if not row["name"].startswith(NAME) or row.get("aggregate_name") != "median":
             continue
-        if row.get("error_occurred"):
-            raise ValueError(f"{row['name']}: {row['error_message']}")
         words = row["run_name"].removeprefix(NAME).split("/")
         size = dict(word.split(":") for word in words)
         milliseconds = MILLISECOND * row["per equilibrium"]
@@ -28,6 +26,15 @@ def curves(times):
     if not found:
         raise ValueError(f"there are no medians of {NAME}")
     return {components: sorted(points) for components, points in sorted(found.items())}
+
+
+def failures(times):
+    """Give the sizes without a time, each with the reason."""
+    return {
+        row["name"]: row["error_message"]
+        for row in times["benchmarks"]
+        if row["name"].startswith(NAME) and row.get("error_occurred")
+    }
 
 
 def draw(found, path):
@@ -61,8 +68,12 @@ def main():
     parser.add_argument("times", type=Path)
     parser.add_argument("figure", type=Path)
     given = parser.parse_args()
-    draw(curves(json.loads(given.times.read_text("utf-8"))), given.figure)
+    times = json.loads(given.times.read_text("utf-8"))
+    draw(curves(times), given.figure)
+    for name, reason in failures(times).items():
+        print(f"{name} is left out: {reason}")
+    return 1 if failures(times) else 0
 
 
 if __name__ == "__main__":
-    main()
+    raise SystemExit(main())

@@ -1,16 +1,16 @@
 """What is drawn are the medians, each with its size."""
 
 import pytest
-from cost_against_size import curves
+from cost_against_size import curves, failures
 
 
-def row(name, aggregate, seconds, **more):
+def row(name, aggregate, seconds):
     return {
         "name": f"{name}_{aggregate}",
         "run_name": name,
         "aggregate_name": aggregate,
         "per equilibrium": seconds,
-    } | more
+    }
 
 
 SMALL = "cost_against_size/components:2/constituents:10"
@@ -32,10 +32,11 @@ def test_medians_are_sorted_by_size():
     }
 
 
-def test_what_did_not_converge_is_not_drawn():
-    failed = row(SMALL, "median", 0.0, error_occurred=True, error_message="no equilibrium")
-    with pytest.raises(ValueError, match="no equilibrium"):
-        curves({"benchmarks": [failed]})
+def test_what_did_not_converge_is_left_out_and_told():
+    failed = {"name": LARGE, "error_occurred": True, "error_message": "no equilibrium"}
+    times = {"benchmarks": [row(SMALL, "median", 0.0005), failed, failed]}
+    assert curves(times) == {2: [(10, pytest.approx(0.5))]}
+    assert failures(times) == {LARGE: "no equilibrium"}
 
 
 def test_a_run_without_medians_is_refused():
