@@ -1,10 +1,13 @@
 # Builds, runs and tests the package in a virtual environment of its own, .venv.
 #
-#   make demo        reduction of hematite, from the class interface over a shipped data file
-#   make test        every test, and those of compiled code once more under the sanitizers
-#   make test-long   whole sweeps, fuzzing and long property runs as well
-#   make lint        formatting and static checks
-#   make benchmark   times of the engine and of the Python interface
+#   make demo              reduction of hematite, from the class interface over a shipped data file
+#   make test              every test, and those of compiled code once more under the sanitizers
+#   make test-long         whole sweeps, fuzzing and long property runs as well
+#   make lint              formatting and static checks
+#   make benchmark         times of the engine and of the Python interface
+#   make benchmark-peers   answers and times beside those of other open programs
+#   make benchmark-size    docs/cost-against-size.svg
+#   make benchmark-memory  memory that a large system and long runs hold
 
 PYTHON ?= python3
 VENV := .venv
@@ -39,7 +42,8 @@ SANITIZED_SAMPLES = TESSARA_CORES=standin TESSARA_RANDOM_CALLS=2500
 SANITIZED_TESTS = tests/friendly tests/basic tests/system/test_classes.py \
 	tests/system/test_queries.py tests/system/test_result_objects.py tests/system/test_streams.py
 
-.PHONY: demo test test-python test-sanitized test-long test-release test-fuzz lint benchmark clean
+.PHONY: demo test test-python test-sanitized test-long test-release test-fuzz lint benchmark \
+	benchmark-peers benchmark-size benchmark-memory clean
 
 demo: $(VENV)/package
 	$(BIN)/python examples/reduction_of_hematite.py
@@ -94,11 +98,34 @@ benchmark: $(VENV)/package $(VENV)/test-tools
 	tools/install-system-packages benchmark
 	$(CONFIGURE) --preset release -DTESSARA_BENCHMARKS=ON
 	$(BIN)/cmake --build --preset release --target engine_benchmarks basic_standin friendly
-	build/release/benchmarks/engine_benchmarks --benchmark_min_time=0.2
+	build/release/benchmarks/engine_benchmarks --benchmark_min_time=0.2 \
+		--benchmark_filter=-cost_against_size
 	$(BIN)/pytest benchmarks --ignore=benchmarks/over_standin --benchmark-only
 	TESSARA_FRIENDLY=$$(ls build/release/src/tessara/friendly/friendly.*.so) \
 		TESSARA_BASIC=$$(ls build/release/benchmarks/basic.*.so) \
 		$(BIN)/pytest benchmarks/over_standin --benchmark-only
+
+# The other programs are a benchmark's business only; the package never needs them.
+benchmark-peers: $(VENV)/package $(VENV)/benchmark-tools
+	cd benchmarks && $(PY) -m peers
+
+# Drawn again where times have changed; the figure is kept in docs.
+benchmark-size: $(VENV)/test-tools $(VENV)/benchmark-tools
+	tools/install-system-packages benchmark
+	$(CONFIGURE) --preset release -DTESSARA_BENCHMARKS=ON
+	$(BIN)/cmake --build --preset release --target engine_benchmarks
+	build/release/benchmarks/engine_benchmarks --benchmark_filter=cost_against_size \
+		--benchmark_repetitions=5 --benchmark_enable_random_interleaving=true \
+		--benchmark_min_time=0.02 --benchmark_report_aggregates_only=true \
+		--benchmark_out=build/cost-against-size.json --benchmark_out_format=json
+	$(PY) benchmarks/cost_against_size.py build/cost-against-size.json docs/cost-against-size.svg
+
+# The resident set before and after long runs.
+benchmark-memory: $(VENV)/test-tools
+	tools/install-system-packages benchmark
+	$(CONFIGURE) --preset release -DTESSARA_BENCHMARKS=ON
+	$(BIN)/cmake --build --preset release --target memory_use
+	build/release/benchmarks/memory_use
 
 $(ENVIRONMENT):
 	tools/install-system-packages compiler
@@ -116,6 +143,10 @@ $(VENV)/test-tools: $(ENVIRONMENT) pyproject.toml
 	tools/install-system-packages googletest
 	$(BIN)/pip install --quiet 'pytest>=8' 'hypothesis>=6.100' 'pytest-benchmark>=5' 'pytest-xdist>=3.5' \
 		'numpy>=1.26' 'mypy>=1.11'
+	touch $@
+
+$(VENV)/benchmark-tools: $(ENVIRONMENT) pyproject.toml
+	$(BIN)/pip install --quiet 'cantera>=3.1' 'pycalphad>=0.11' 'matplotlib>=3.8'
 	touch $@
 
 $(VENV)/dev-tools: $(ENVIRONMENT) pyproject.toml

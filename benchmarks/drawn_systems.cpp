@@ -1,5 +1,6 @@
 #include "drawn_systems.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <initializer_list>
@@ -150,10 +151,16 @@ std::vector<EquilibriumConditions> draw_states(Draw& draw, int count, double low
     return states;
 }
 
-std::vector<std::string> letters(std::size_t count) {
+/// A to Z, then AA to AZ.
+std::string component_name(std::size_t j) {
+    const auto letter = static_cast<char>('A' + j % 26);
+    return (j < 26 ? "" : "A") + std::string(1, letter);
+}
+
+std::vector<std::string> component_names(std::size_t count) {
     std::vector<std::string> names;
     for (std::size_t j = 0; j < count; ++j) {
-        names.emplace_back(1, static_cast<char>('A' + j));
+        names.push_back(component_name(j));
     }
     return names;
 }
@@ -227,6 +234,7 @@ private:
     std::vector<Contents> trend_;
 };
 
+/// Atoms, and some molecules of two that hardly form.
 void add_metal_gas(FileText& text, Draw& draw, Metals& metals, int molecules) {
     const std::size_t n = metals.count();
     text.begin_gas(static_cast<int>(n) + molecules);
@@ -245,38 +253,24 @@ void add_metal_gas(FileText& text, Draw& draw, Metals& metals, int molecules) {
     }
 }
 
-/// All metals, with two orders for each pair. A liquid differs by its heats of fusion.
-void add_solution(FileText& text, Draw& draw, Metals& metals, const std::string& name,
-                  bool liquid) {
+/// Atoms, and molecules of 2 to 4 of them.
+void add_molecular_gas(FileText& text, Draw& draw, Metals& metals, int molecules) {
     const std::size_t n = metals.count();
-    text.begin(name, "RKMP", n);
-    for (std::size_t j = 0; j < n; ++j) {
+    text.begin_gas(static_cast<int>(n) + molecules);
+    for (std::size_t k = 0; k < n + static_cast<std::size_t>(molecules); ++k) {
         Contents contents(n, 0.0);
-        contents[j] = 1.0;
-        Thermal thermal = metals.solid(contents, 0.0, 6000.0);
-        if (liquid) {
-            const double melting = draw(600.0, 1300.0);
-            thermal.h += 9.0 * melting;
-            thermal.s += 9.0;
+        contents[k % n] += 1.0;
+        for (std::size_t atom = 0; k >= n && atom < 1 + k % 3; ++atom) {
+            contents[draw.below(n)] += 1.0;
         }
-        text.species(name + std::to_string(j), contents, thermal);
+        const double atoms = sum(contents);
+        Thermal thermal = metals.solid(contents, 0.0, 0.0);
+        thermal.h += atoms * (k < n ? draw(180e3, 420e3) : draw(60e3, 200e3));
+        thermal.s = 110.0 + 40.0 * atoms;
+        thermal.a = 21.0 + 14.0 * (atoms - 1.0);
+        text.species("G" + std::to_string(k), contents, thermal);
     }
-    for (std::size_t j = 0; j < n; ++j) {
-        for (std::size_t i = 0; i < j; ++i) {
-            text.line("2\n" + std::to_string(i + 1) + " " + std::to_string(j + 1) + " 2");
-            text.coefficients({metals.trend(i, j) + draw(-8e3, 8e3), draw(-3.0, 3.0)});
-            text.coefficients({draw(-8e3, 8e3)});
-        }
-    }
-    text.line("0");
 }
-
-constexpr std::size_t Vacancy = static_cast<std::size_t>(-1);
-
-struct Sublattice {
-    double sites;
-    std::vector<std::size_t> constituents; ///< components, or `Vacancy`
-};
 
 /// Some of the components, in ascending order.
 std::vector<std::size_t> choice(Draw& draw, std::size_t count, std::size_t components) {
@@ -289,6 +283,38 @@ std::vector<std::size_t> choice(Draw& draw, std::size_t count, std::size_t compo
     }
     return left;
 }
+
+/// Some metals, with two orders for each pair. A liquid differs by its heats of fusion.
+void add_solution(FileText& text, Draw& draw, Metals& metals, const std::string& name,
+                  const std::vector<std::size_t>& of, bool liquid) {
+    text.begin(name, "RKMP", of.size());
+    for (const std::size_t j : of) {
+        Contents contents(metals.count(), 0.0);
+        contents[j] = 1.0;
+        Thermal thermal = metals.solid(contents, 0.0, 6000.0);
+        if (liquid) {
+            const double melting = draw(600.0, 1300.0);
+            thermal.h += 9.0 * melting;
+            thermal.s += 9.0;
+        }
+        text.species(name + std::to_string(j), contents, thermal);
+    }
+    for (std::size_t j = 0; j < of.size(); ++j) {
+        for (std::size_t i = 0; i < j; ++i) {
+            text.line("2\n" + std::to_string(i + 1) + " " + std::to_string(j + 1) + " 2");
+            text.coefficients({metals.trend(of[i], of[j]) + draw(-8e3, 8e3), draw(-3.0, 3.0)});
+            text.coefficients({draw(-8e3, 8e3)});
+        }
+    }
+    text.line("0");
+}
+
+constexpr std::size_t Vacancy = static_cast<std::size_t>(-1);
+
+struct Sublattice {
+    double sites;
+    std::vector<std::size_t> constituents; ///< components, or `Vacancy`
+};
 
 /// Two sublattices; each pair on the first interacts whatever is on the second.
 void add_sublattices(FileText& text, Draw& draw, Metals& metals, const std::string& name,
@@ -315,7 +341,7 @@ void add_sublattices(FileText& text, Draw& draw, Metals& metals, const std::stri
     for (const Sublattice* one : {&first, &second}) {
         std::vector<std::string> names;
         for (const std::size_t j : one->constituents) {
-            names.push_back(j == Vacancy ? "Va" : std::string(1, static_cast<char>('A' + j)));
+            names.push_back(j == Vacancy ? "Va" : component_name(j));
         }
         text.names(names);
     }
@@ -527,7 +553,7 @@ std::string drawn_gas(int species) {
 DrawnSystem gas_with_compounds() {
     Draw draw(12);
     constexpr std::size_t Components = 3;
-    FileText text(letters(Components));
+    FileText text(component_names(Components));
     text.begin_gas(12);
     for (std::size_t k = 0; k < 12; ++k) {
         const Contents contents = molecule(draw, k, Components);
@@ -547,11 +573,12 @@ DrawnSystem gas_with_compounds() {
 DrawnSystem alloy_of_4_components() {
     Draw draw(4);
     constexpr std::size_t Components = 4;
-    FileText text(letters(Components));
+    FileText text(component_names(Components));
     Metals metals(draw, Components);
-    add_solution(text, draw, metals, "LIQUID", true);
+    const std::vector<std::size_t> all = choice(draw, Components, Components);
+    add_solution(text, draw, metals, "LIQUID", all, true);
     for (int k = 0; k < 5; ++k) {
-        add_solution(text, draw, metals, "ALPHA" + std::to_string(k), false);
+        add_solution(text, draw, metals, "ALPHA" + std::to_string(k), all, false);
     }
     for (std::size_t k = 0; k < 6; ++k) {
         const Sublattice second{1.0, choice(draw, 2 + k % 3, Components)};
@@ -584,7 +611,7 @@ DrawnSystem slag_of_4_cations() {
 DrawnSystem alloy_of_9_components() {
     Draw draw(9);
     constexpr std::size_t Components = 9;
-    FileText text(letters(Components));
+    FileText text(component_names(Components));
     Metals metals(draw, Components);
     add_metal_gas(text, draw, metals, 6);
     // 20 phases of 12 end members and 10 of 16; every third has vacancies for interstitials.
@@ -599,6 +626,33 @@ DrawnSystem alloy_of_9_components() {
     }
     add_compounds(text, draw, metals, 60);
     return {text.system(), draw_states(draw, 40, 700.0, 1900.0, Components)};
+}
+
+DrawnSystem system_of_size(std::size_t components, std::size_t constituents) {
+    Draw draw(static_cast<unsigned>(1000 * components + constituents));
+    FileText text(component_names(components));
+    Metals metals(draw, components);
+    std::size_t left = constituents;
+    const std::size_t gas = std::max(components, 3 * constituents / 10);
+    add_molecular_gas(text, draw, metals, static_cast<int>(gas - components));
+    left -= gas;
+    const std::size_t alone = constituents / 5;
+    for (int k = 0; left > alone; ++k) {
+        const std::string name = "PHASE" + std::to_string(k);
+        const std::size_t most = std::min<std::size_t>({components, 8, left});
+        if (k % 2 == 0 || left < 8) {
+            add_solution(text, draw, metals, name, choice(draw, most, components), k == 0);
+            left -= most;
+            continue;
+        }
+        const Sublattice first{static_cast<double>(1 + k % 3),
+                               choice(draw, std::min<std::size_t>(components, 4), components)};
+        const Sublattice second{1.0, choice(draw, 2, components)};
+        add_sublattices(text, draw, metals, name, first, second);
+        left -= first.constituents.size() * 2;
+    }
+    add_compounds(text, draw, metals, left);
+    return {text.system(), draw_states(draw, 30, 700.0, 2200.0, components)};
 }
 
 } // namespace tessara

@@ -25,6 +25,10 @@ DrawnSystem slag_of_4_cations();
 /// 9 components: a gas, 30 sublattice phases with 400 end members in all, 60 compounds.
 DrawnSystem alloy_of_9_components();
 
+/// So many constituents over so many components, at most 52: three tenths are gas, two tenths pure
+/// phases, the rest solutions of up to 8 metals and sublattice phases.
+DrawnSystem system_of_size(std::size_t components, std::size_t constituents);
+
 /// The text of a file with a gas of so many species over 5 components, 50 or fewer: atoms,
 /// diatomics and the rest.
 std::string drawn_gas(int species);

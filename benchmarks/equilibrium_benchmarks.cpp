@@ -66,6 +66,41 @@ BENCHMARK_CAPTURE(cold, slag_of_4_cations, slag_of_4_cations)->Unit(benchmark::k
 BENCHMARK_CAPTURE(cold, alloy_of_9_components, alloy_of_9_components)
     ->Unit(benchmark::kMillisecond);
 
+/// Components and constituents; `cost_against_size.py` draws it.
+void cost_against_size(benchmark::State& state) {
+    const auto components = static_cast<std::size_t>(state.range(0));
+    const auto constituents = static_cast<std::size_t>(state.range(1));
+    const DrawnSystem drawn = system_of_size(components, constituents);
+    time_states(state, drawn.system, drawn.states, Solver::Start::Cold);
+}
+void sizes(benchmark::internal::Benchmark* benchmark) {
+    for (const int components : {2, 4, 8, 16, 40}) {
+        for (const int constituents : {10, 20, 50, 100, 200, 500, 1000, 2000}) {
+            if (constituents >= 4 * components) {
+                benchmark->Args({components, constituents});
+            }
+        }
+    }
+}
+BENCHMARK(cost_against_size)
+    ->ArgNames({"components", "constituents"})
+    ->Apply(sizes)
+    ->Unit(benchmark::kMillisecond);
+
+/// Each thread with a solver of its own over one system.
+void threads(benchmark::State& state) {
+    static const DrawnSystem drawn = slag_of_4_cations();
+    Solver solver(drawn.system);
+    for (auto _ : state) {
+        for (const EquilibriumConditions& one : drawn.states) {
+            benchmark::DoNotOptimize(solver.solve(one).iterations);
+        }
+    }
+    state.SetItemsProcessed(static_cast<std::int64_t>(drawn.states.size()) *
+                            static_cast<std::int64_t>(state.iterations()));
+}
+BENCHMARK(threads)->Threads(1)->Threads(2)->UseRealTime()->Unit(benchmark::kMillisecond);
+
 /// A gas of 50 species at 1000 temperatures, each begun from the one before.
 void sweep_of_1000_temperatures(benchmark::State& state) {
     std::vector<EquilibriumConditions> states(1000);
