@@ -26,8 +26,9 @@ constexpr std::size_t MostForMiddlesOfEdges = 40;
 constexpr int MostProducts = 500;
 /// Share of a constituent that a corner does not hold.
 constexpr double MostTrace = 1e-6;
-/// Of so many samples the neighbours are looked for, among so many nearest ones.
-constexpr std::size_t MostWithNeighbours = 1000;
+/// Neighbours are looked for where this is not exceeded by the samples squared times the variables,
+/// among so many nearest ones.
+constexpr std::size_t MostForNeighbours = 10'000'000;
 constexpr std::size_t MostNear = 32;
 /// Square of the distance above which samples are too far apart to be neighbours: what lies between
 /// them may rise and fall.
@@ -171,7 +172,6 @@ void ActiveSystem::add_block(std::size_t i, const EquilibriumConditions& conditi
     }
     if (block.curvature == Curvature::General) {
         make_samples(block);
-        find_neighbours(block);
     }
     blocks.push_back(std::move(block));
 }
@@ -391,12 +391,12 @@ bool Block::same_set(std::span<const double> x, std::span<const double> y, doubl
 
 void ActiveSystem::add_sample(Block& block, std::span<const double> x) const {
     const std::size_t at = block.sample_x.size();
+    std::vector<double> log_x;
     for (double value : x) {
         block.sample_x.push_back(value);
-        block.sample_log_x.push_back(std::log(value));
+        log_x.push_back(std::log(value));
     }
-    block.normalise(std::span(block.sample_x).subspan(at),
-                    std::span(block.sample_log_x).subspan(at));
+    block.normalise(std::span(block.sample_x).subspan(at), log_x);
     block.sample_mixing.push_back(0.0);
 }
 
@@ -540,42 +540,45 @@ void ActiveSystem::make_product_samples(Block& block) const {
     }
 }
 
-/// Neighbours are samples with no third one between them: none is nearer to both. Along an edge
-/// these are the next ones to both sides, so that no rise is overlooked behind a fall.
-void ActiveSystem::find_neighbours(Block& block) {
-    const std::size_t count = block.sample_count();
-    if (count > MostWithNeighbours) {
-        return;
+bool Block::find_neighbours() const {
+    const std::size_t samples = sample_count();
+    if (!first_neighbour.empty() || samples * samples * count > MostForNeighbours) {
+        return !first_neighbour.empty();
     }
     const auto distance = [&](std::size_t a, std::size_t b) {
         double sum = 0.0;
-        for (std::size_t i = 0; i < block.count; ++i) {
-            const double d = block.sample(a)[i] - block.sample(b)[i];
+        for (std::size_t i = 0; i < count; ++i) {
+            const double d = sample(a)[i] - sample(b)[i];
             sum += d * d;
         }
         return sum;
     };
-    std::vector<std::pair<double, std::size_t>> near(count);
-    block.first_neighbour.push_back(0);
-    for (std::size_t a = 0; a < count; ++a) {
-        for (std::size_t b = 0; b < count; ++b) {
-            near[b] = {b == a ? std::numeric_limits<double>::infinity() : distance(a, b), b};
-        }
-        const std::size_t most = std::min(count - 1, MostNear);
-        std::partial_sort(near.begin(), near.begin() + static_cast<std::ptrdiff_t>(most),
-                          near.end());
-        for (std::size_t k = 0; k < most && near[k].first <= MostDistance; ++k) {
-            const auto& [far, b] = near[k];
-            const bool hidden = std::any_of(
-                block.neighbours.begin() + static_cast<std::ptrdiff_t>(block.first_neighbour[a]),
-                block.neighbours.end(), [&](std::size_t c) { return distance(c, b) < far; });
-            if (!hidden) {
-                block.neighbours.push_back(b);
-                block.mixing_between.push_back(0.0);
+    std::vector<std::pair<double, std::size_t>> near;
+    first_neighbour.push_back(0);
+    for (std::size_t a = 0; a < samples; ++a) {
+        near.clear();
+        for (std::size_t b = 0; b < samples; ++b) {
+            const double far = distance(a, b);
+            if (b != a && far <= MostDistance) {
+                near.emplace_back(far, b);
             }
         }
-        block.first_neighbour.push_back(block.neighbours.size());
+        const std::size_t most = std::min(near.size(), MostNear);
+        std::partial_sort(near.begin(), near.begin() + static_cast<std::ptrdiff_t>(most),
+                          near.end());
+        for (std::size_t k = 0; k < most; ++k) {
+            const auto& [far, b] = near[k];
+            const bool hidden =
+                std::any_of(neighbours.begin() + static_cast<std::ptrdiff_t>(first_neighbour[a]),
+                            neighbours.end(), [&](std::size_t c) { return distance(c, b) < far; });
+            if (!hidden) {
+                neighbours.push_back(b);
+                mixing_between.push_back(std::numeric_limits<double>::quiet_NaN());
+            }
+        }
+        first_neighbour.push_back(neighbours.size());
     }
+    return true;
 }
 
 void ActiveSystem::set_state(const TemperatureTerms& at, double pressure) {
@@ -595,8 +598,7 @@ void ActiveSystem::set_state(const TemperatureTerms& at, double pressure) {
             block.shift = block.evaluator->ideal_shift();
             std::fill(block.mixing_between.begin(), block.mixing_between.end(),
                       std::numeric_limits<double>::quiet_NaN());
-            block.evaluator->mixing_of_samples(block.sample_x, block.sample_log_x,
-                                               block.sample_mixing);
+            block.evaluator->mixing_of_samples(block.sample_x, block.sample_mixing);
         }
     }
 }

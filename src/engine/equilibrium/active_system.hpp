@@ -57,20 +57,21 @@ struct Block {
 
     /// Compositions that a search starts from, sample after sample; none for ideal phases.
     std::vector<double> sample_x;
-    std::vector<double> sample_log_x;
     std::vector<double> sample_mixing; ///< m at the samples, at the present state
 
-    /// The samples next to each sample; none where there are too many samples.
-    std::vector<std::size_t> first_neighbour;
-    std::vector<std::size_t> neighbours;
+    /// The samples next to each sample, once they have been looked for.
+    mutable std::vector<std::size_t> first_neighbour;
+    mutable std::vector<std::size_t> neighbours;
     /// m half the way to each neighbour; nan where the present state has not yet been asked for it.
     mutable std::vector<double> mixing_between;
 
+    /// Neighbours are samples with no third one between them: none is nearer to both. Along an edge
+    /// these are the next ones to both sides, so that no rise is overlooked behind a fall. Says
+    /// whether they are known: of very many samples they are not looked for.
+    bool find_neighbours() const;
+
     std::size_t sample_count() const { return sample_mixing.size(); }
     std::span<const double> sample(std::size_t k) const { return {&sample_x[k * count], count}; }
-    std::span<const double> log_sample(std::size_t k) const {
-        return {&sample_log_x[k * count], count};
-    }
 };
 
 /// A constituent that can be there, or an internal variable of a phase.
@@ -163,7 +164,6 @@ private:
     void make_samples(Block& block) const;
     void make_product_samples(Block& block) const;
     void add_sample(Block& block, std::span<const double> x) const;
-    static void find_neighbours(Block& block);
     void fill_exchange(const Block& block);
 
     const System* system_;

@@ -19,6 +19,9 @@ constexpr double LevelTolerance = 64.0 * Epsilon;
 /// Share of a row's absolute terms that may be left without a species to hold it.
 constexpr double FeasibilityTolerance = 1e-13;
 constexpr int RefactorInterval = 40;
+/// The same where a basis has become singular and all is done once more.
+constexpr double CautiousPivotTolerance = 1e-5;
+constexpr int CautiousRefactorInterval = 4;
 /// Degenerate pivots in a row after which the choice follows Bland's rule, which cannot cycle.
 constexpr int BlandAfter = 12;
 /// Pivots in a row, beside some per row, that may leave the objective as it is.
@@ -194,10 +197,12 @@ LinearProgramme::Status LinearProgramme::improve(bool first_phase) {
     int degenerate = 0;
     int idle = 0;
     double best_objective = std::numeric_limits<double>::infinity();
+    const int interval = cautious_ ? CautiousRefactorInterval : RefactorInterval;
+    const double least_pivot = cautious_ ? CautiousPivotTolerance : PivotTolerance;
     barred_.assign(n, 0);
     const int most = 200 + 20 * static_cast<int>(m) + static_cast<int>(n);
     for (int step = 0; step < most; ++step) {
-        if (since_refactor_ > RefactorInterval) {
+        if (since_refactor_ > interval) {
             if (!refactor()) {
                 return Status::Stalled;
             }
@@ -251,8 +256,8 @@ LinearProgramme::Status LinearProgramme::improve(bool first_phase) {
                 continue;
             }
             // In the second phase an artificial column stays at zero whatever the direction.
-            const bool pinned = artificial && !first_phase && std::abs(fall) > PivotTolerance;
-            if (fall <= PivotTolerance && !pinned) {
+            const bool pinned = artificial && !first_phase && std::abs(fall) > least_pivot;
+            if (fall <= least_pivot && !pinned) {
                 continue;
             }
             const double ratio = pinned ? 0.0 : std::max(levels_[k], 0.0) / fall;
@@ -267,7 +272,7 @@ LinearProgramme::Status LinearProgramme::improve(bool first_phase) {
         }
         if (leaving == Artificial) {
             if (since_refactor_ > 0) {
-                since_refactor_ = RefactorInterval + 1; // it may be rounding of the inverse
+                since_refactor_ = interval + 1; // it may be rounding of the inverse
             } else if (bounded_) {
                 barred_[entering] = 1;
             } else {
@@ -325,6 +330,18 @@ void LinearProgramme::expel_artificials() {
 
 LinearProgramme::Status LinearProgramme::solve() {
     pivots_ = 0;
+    const Status status = solve_once();
+    if (status != Status::Stalled) {
+        return status;
+    }
+    has_basis_ = false;
+    cautious_ = true;
+    const Status again = solve_once();
+    cautious_ = false;
+    return again;
+}
+
+LinearProgramme::Status LinearProgramme::solve_once() {
     if (!has_basis_) {
         start_basis();
         const Status first = improve(true);

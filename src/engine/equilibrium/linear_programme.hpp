@@ -56,6 +56,7 @@ public:
     int pivots() const { return pivots_; }
 
 private:
+    Status solve_once();
     void start_basis();
     bool refactor();
     Status improve(bool first_phase);
@@ -82,6 +83,7 @@ private:
     std::vector<char> is_basic_;
     std::vector<char> barred_; ///< columns that seemed to grow without limit
     bool bounded_ = false;
+    bool cautious_ = false; ///< larger pivots, and the inverse worked out anew more often
     bool has_basis_ = false;
     int pivots_ = 0;
     int since_refactor_ = 0;

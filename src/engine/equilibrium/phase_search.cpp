@@ -33,6 +33,9 @@ constexpr double LogFewTraces = -20.0;
 
 /// Least pivot that counts as positive, where the unit matrix has 1.
 constexpr double LeastPivot = 1e-7;
+/// Curvature below zero, where ideal mixing has 1, by which a phase gains less than 1e-9 R T when
+/// it unmixes: near a critical point one set stands for two that are all but the same.
+constexpr double FlatCurvature = 1e-4;
 /// ln of the least double that keeps all its digits.
 constexpr double LogLeast = -708.0;
 /// sqrt(x) of a fraction below the range of doubles; any number above zero serves.
@@ -237,7 +240,8 @@ void PhaseSearch::respond(std::span<double> right, std::size_t columns) {
 
 bool PhaseSearch::locally_stable(const Block& block, std::span<const double> x,
                                  std::span<const double> log_x) {
-    return block.curvature == Curvature::Ideal || prepare(block, x, log_x);
+    return block.curvature == Curvature::Ideal || prepare(block, x, log_x) ||
+           factorise(block.count, 1.0 - FlatCurvature);
 }
 
 double PhaseSearch::local(const Block& block, std::span<const double> tau, std::span<double> x,
@@ -337,7 +341,7 @@ void PhaseSearch::vary_traces(const Block& block, std::span<const double> tau) {
 /// Whether a sample lies on the slope of a hill whose top is elsewhere: the force rises all along
 /// the way to one of its neighbours.
 bool PhaseSearch::rises_to_neighbour(const Block& block, std::size_t sample) {
-    if (block.first_neighbour.empty()) {
+    if (!block.find_neighbours()) {
         return false;
     }
     const std::size_t n = block.count;
@@ -451,10 +455,12 @@ const std::vector<Candidate>& PhaseSearch::all(const Block& block, std::span<con
             continue;
         }
         const std::span<const double> start = block.sample(k);
-        const std::span<const double> log_start = block.log_sample(k);
         Candidate candidate = fresh();
         candidate.x.assign(start.begin(), start.end());
-        candidate.log_x.assign(log_start.begin(), log_start.end());
+        candidate.log_x.clear();
+        for (const double value : start) {
+            candidate.log_x.push_back(std::log(value));
+        }
         if (take_if_new(block, tau, std::move(candidate)) && block.variables != nullptr &&
             !block.variables->constraints.charge.empty()) {
             vary_traces(block, tau);

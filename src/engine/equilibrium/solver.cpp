@@ -38,6 +38,8 @@ constexpr std::size_t MostTries = 4;
 /// many such starts in a row are given up.
 constexpr double SamePrices = 1e-9;
 constexpr int MostSameStarts = 2;
+/// Sets of one phase nearer to each other are near a critical point.
+constexpr double NearSets = 0.1;
 constexpr std::size_t NoBlock = static_cast<std::size_t>(-1);
 
 } // namespace
@@ -473,6 +475,34 @@ bool Solver::solve_by_way_of_others() {
     return arrived;
 }
 
+/// Puts two sets in the place of one of the same phase that is all but unstable: the composition
+/// of greatest driving force, and one as far from the former set to the other side.
+bool Solver::splits_set(std::size_t b) {
+    const Block& block = active_->blocks[b];
+    if (block.pure || block.curvature == Curvature::Ideal || absent_[b].minima.empty()) {
+        return false;
+    }
+    const Candidate& other = absent_[b].minima.front();
+    for (std::size_t f = 0; f < assemblage_.mixture_count; ++f) {
+        MixtureSet& set = assemblage_.mixtures[f];
+        if (set.block != b || !same_composition(set.x, other.x, NearSets)) {
+            continue;
+        }
+        for (std::size_t i = 0; i < block.count; ++i) {
+            set.log_x[i] = std::log(std::max(2.0 * set.x[i] - other.x[i], 0.5 * set.x[i]));
+        }
+        block.normalise(set.x, set.log_x);
+        set.log_amount -= std::log(2.0);
+        const double log_amount = set.log_amount;
+        MixtureSet& added = assemblage_.add_mixture(b, block.count); // `set` may have moved
+        added.log_amount = log_amount;
+        added.x = other.x;
+        added.log_x = other.log_x;
+        return true;
+    }
+    return false;
+}
+
 /// Adds one of the phases with a driving force to the state solved for and solves again: that of
 /// greatest force per atom, or the next where this leads nowhere.
 bool Solver::join_violator() {
@@ -497,8 +527,16 @@ bool Solver::join_violator() {
     for (std::size_t k = 0; k < std::min(violators_.size(), MostTries); ++k) {
         const std::size_t b = violators_[k].second;
         const std::size_t sets = set_count(b);
-        // Whether the phase has joined and the Gibbs energy has not risen. Where it is to take the
-        // place of a pure phase this leaves, `left`.
+        // Whether the phase is there now, if only in place of a set of its own, and the Gibbs
+        // energy has not risen.
+        const auto has_joined = [&] {
+            const double now = assemblage_.gibbs();
+            const double rounding = std::abs(before);
+            return stable_phases_hold() && is_stable(b) && now <= before + 1e-9 * rounding &&
+                   (active_->blocks[b].pure || set_count(b) > sets ||
+                    (set_count(b) == sets && now < before - ZeroTolerance * rounding));
+        };
+        // Where it is to take the place of a pure phase this leaves, `left`.
         const auto joins = [&](std::span<const double> start_duals, std::size_t left) {
             const bool joined = active_->blocks[b].pure
                                     ? assemblage_.join_pure(b)
@@ -508,8 +546,7 @@ bool Solver::join_violator() {
                 return false;
             }
             std::erase_if(assemblage_.pure, [&](const PureSet& set) { return set.block == left; });
-            return settle(start_duals) && stable_phases_hold() && is_stable(b) &&
-                   set_count(b) >= sets && assemblage_.gibbs() <= before + 1e-9 * std::abs(before);
+            return settle(start_duals) && has_joined();
         };
         // The state that the joining starts from is solved for again after a failure.
         const auto is_fresh = [&] {
@@ -531,6 +568,10 @@ bool Solver::join_violator() {
             if (joins(from_prices ? programme_.duals() : std::span<const double>(), NoBlock)) {
                 return true;
             }
+        }
+        // Near a critical point the set that is there has to move away from the new one.
+        if (is_fresh() && splits_set(b) && settle({}) && has_joined()) {
+            return true;
         }
         // Where both are traces, Newton's method may not find that a pure phase has to go for it.
         for (std::size_t p = 0; p < assemblage_.kept_pure().size() && p < MostTries; ++p) {

@@ -116,6 +116,7 @@ private:
                                          double least = -std::numeric_limits<double>::infinity());
     bool drop_traces();
     bool join_violator();
+    bool splits_set(std::size_t b);
     bool descend();
     bool improve();
     bool solve_by_way_of_others();

@@ -9,6 +9,9 @@
 namespace tessara {
 namespace {
 
+/// Tables of samples larger than this would cost more memory than they save time.
+constexpr std::size_t MostProducts = 30000;
+
 double pressure_part(const ExcessCoefficients& c, double pressure) {
     return (c.p + c.p2 * pressure) * pressure;
 }
@@ -135,15 +138,21 @@ double FormEvaluator::entropy(std::span<const double> y, std::span<const double>
     return m;
 }
 
-void FormEvaluator::mixing_of_samples(std::span<const double> y, std::span<const double> log_y,
-                                      std::span<double> m) const {
+void FormEvaluator::mixing_of_samples(std::span<const double> y, std::span<double> m) const {
     const std::size_t count = phase_.energy.coefficient_count();
+    if (m.size() * count > MostProducts) {
+        PhaseEvaluator::mixing_of_samples(y, m);
+        return;
+    }
     if (samples_.entropy.size() != m.size()) {
         samples_.entropy.resize(m.size());
         samples_.products.resize(m.size() * count);
+        std::vector<double> log_y(size_);
         for (std::size_t k = 0; k < m.size(); ++k) {
             const std::span<const double> at = y.subspan(k * size_, size_);
-            samples_.entropy[k] = entropy(at, log_y.subspan(k * size_, size_));
+            std::transform(at.begin(), at.end(), log_y.begin(),
+                           [](double value) { return std::log(value); });
+            samples_.entropy[k] = entropy(at, log_y);
             phase_.energy.by_coefficient(at,
                                          std::span(samples_.products).subspan(k * count, count));
         }

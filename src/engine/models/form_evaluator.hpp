@@ -74,8 +74,7 @@ public:
                            std::span<ThermalValue> of_constituents) const override;
     void set_state(const TemperatureTerms& at, double pressure) override;
     double mixing(std::span<const double> y, std::span<const double> log_y) const override;
-    void mixing_of_samples(std::span<const double> y, std::span<const double> log_y,
-                           std::span<double> m) const override;
+    void mixing_of_samples(std::span<const double> y, std::span<double> m) const override;
     double mixing(std::span<const double> y, std::span<const double> log_y,
                   std::span<double> gradient, std::span<double> scaled_hessian) const override;
     ThermalValue mixing_thermal(std::span<const double> y, std::span<const double> log_y,

@@ -33,11 +33,14 @@ std::string_view model_name(ModelKind kind) {
 }
 
 void PhaseModel::describe(Description&) const {}
-void PhaseEvaluator::mixing_of_samples(std::span<const double> x, std::span<const double> log_x,
-                                       std::span<double> m) const {
+void PhaseEvaluator::mixing_of_samples(std::span<const double> x, std::span<double> m) const {
     const std::size_t n = size();
+    std::vector<double> log_x(n);
     for (std::size_t k = 0; k < m.size(); ++k) {
-        m[k] = mixing(x.subspan(k * n, n), log_x.subspan(k * n, n));
+        const std::span<const double> at = x.subspan(k * n, n);
+        std::transform(at.begin(), at.end(), log_x.begin(),
+                       [](double value) { return std::log(value); });
+        m[k] = mixing(at, log_x);
     }
 }
 

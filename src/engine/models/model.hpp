@@ -115,8 +115,7 @@ public:
 
     /// m at compositions one after the other. They have to be the same at each call of one
     /// evaluator, which may keep what of them does not depend on the state.
-    virtual void mixing_of_samples(std::span<const double> x, std::span<const double> log_x,
-                                   std::span<double> m) const;
+    virtual void mixing_of_samples(std::span<const double> x, std::span<double> m) const;
 
     /// m(x) with its gradient, and its Hessian scaled by sqrt(x_i x_j): a row-major square, whose
     /// entries stay of order one for traces.
