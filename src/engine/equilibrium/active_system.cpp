@@ -27,8 +27,9 @@ constexpr int MostProducts = 500;
 /// Share of a constituent that a corner does not hold.
 constexpr double MostTrace = 1e-6;
 /// Neighbours are looked for where this is not exceeded by the samples squared times the variables,
-/// among so many nearest ones.
+/// among so many nearest ones; of more variables than these they would take too much memory.
 constexpr std::size_t MostForNeighbours = 10'000'000;
+constexpr std::size_t MostVariablesForNeighbours = 12;
 constexpr std::size_t MostNear = 32;
 /// Square of the distance above which samples are too far apart to be neighbours: what lies between
 /// them may rise and fall.
@@ -542,7 +543,8 @@ void ActiveSystem::make_product_samples(Block& block) const {
 
 bool Block::find_neighbours() const {
     const std::size_t samples = sample_count();
-    if (!first_neighbour.empty() || samples * samples * count > MostForNeighbours) {
+    if (!first_neighbour.empty() || count > MostVariablesForNeighbours ||
+        samples * samples * count > MostForNeighbours) {
         return !first_neighbour.empty();
     }
     const auto distance = [&](std::size_t a, std::size_t b) {

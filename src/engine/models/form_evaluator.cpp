@@ -10,7 +10,7 @@ namespace tessara {
 namespace {
 
 /// Tables of samples larger than this would cost more memory than they save time.
-constexpr std::size_t MostProducts = 30000;
+constexpr std::size_t MostProducts = 5000;
 
 double pressure_part(const ExcessCoefficients& c, double pressure) {
     return (c.p + c.p2 * pressure) * pressure;
