@@ -258,6 +258,44 @@ TEST(HardCases, ThreeSetsOfOnePhase) {
     }
 }
 
+/// A regular solution of two components around its critical point, T = L / (2 R) in the middle: one
+/// set above, below two, whose shares x obey ln((1 - x) / x) = (L / RT) (1 - 2 x).
+TEST(HardCases, NearACriticalPoint) {
+    constexpr double L = 12000.0;
+    const std::vector<DatText::Species> species = {{"A", {1, 0}, {0.0}}, {"B", {0, 1}, {0.0}}};
+    DatText text({"A", "B"});
+    text.redlich_kister("MELT", species, {{{1, 2}, {{L}}}});
+    for (const DatText::Species& one : species) {
+        text.pure({one.name + "(s)", one.stoichiometry, {2e5}});
+    }
+    const auto system = text.read();
+    Solver solver(system);
+    const double critical = L / (2.0 * 8.314462618);
+    for (const double off : {-1e-2, -1e-3, -1e-4, -1e-5, -1e-6, -1e-8, 0.0, 1e-8, 1e-6, 1e-4}) {
+        for (const double x : {0.5, 0.49999, 0.499, 0.49, 0.47}) {
+            const double t = critical * (1.0 + off);
+            const Equilibrium& result = solver.solve(with_amounts(t, {x, 1.0 - x}));
+            EXPECT_TRUE(result.certificate.holds());
+            // Of the smaller x; bisected, as the other root is 1/2.
+            const double w = 2.0 / (1.0 + off);
+            double low = 1e-3;
+            double high = 0.5 - 1e-9;
+            for (int step = 0; step < 200; ++step) {
+                const double middle = 0.5 * (low + high);
+                const double rest = std::log((1.0 - middle) / middle) - w * (1.0 - 2.0 * middle);
+                (rest > 0.0 ? low : high) = middle;
+            }
+            if (off <= -1e-4 && low < x - 1e-4) {
+                ASSERT_EQ(result.sets.size(), 2U) << off << ", " << x;
+                EXPECT_NEAR(result.sets[1].fractions[0], low, 1e-6) << off << ", " << x;
+                EXPECT_NEAR(result.sets[0].fractions[0], 1.0 - low, 1e-6) << off << ", " << x;
+            } else if (off >= 0.0) {
+                EXPECT_TRUE(result.sets.empty()) << off << ", " << x;
+            }
+        }
+    }
+}
+
 /// An ideal melt of three components that melt alike, in equal amounts, and their pure solids: all
 /// four phases change at once where the heat of fusion over T is R ln 3 more than at the melting
 /// point. In between the melt has the share of the heat that was added.
