@@ -430,11 +430,14 @@ const std::vector<Candidate>& PhaseSearch::all(const Block& block, std::span<con
     if (sample_force_[best] < least - FarBelow) {
         return found_;
     }
-    // The tops among the samples that may hold a maximum near the plane, and the best of all.
+    // The samples that may hold a maximum near the plane, and the best of all; where the search
+    // need not be thorough the tops among them.
+    const bool thorough = std::isinf(least);
     resize(n);
     order_.clear();
     for (std::size_t k = 0; k < samples; ++k) {
-        if (k == best || (sample_force_[k] >= -FarBelow && !rises_to_neighbour(block, k))) {
+        if (k == best ||
+            (sample_force_[k] >= -FarBelow && (thorough || !rises_to_neighbour(block, k)))) {
             order_.push_back(k);
         }
     }

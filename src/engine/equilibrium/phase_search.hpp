@@ -41,7 +41,7 @@ public:
 
     /// Local maxima found from the samples, best first, at most `most` distinct ones. `known` are
     /// compositions near which maxima are likely; where none can come up to `least` none is looked
-    /// for.
+    /// for, and on slopes to higher samples neither.
     const std::vector<Candidate>& all(const Block& block, std::span<const double> tau,
                                       std::size_t most, std::span<const Candidate> known = {},
                                       double least = -std::numeric_limits<double>::infinity());
