@@ -186,7 +186,7 @@ void DatReader::read_coordinations(QuasichemicalPhase& phase, std::size_t lines)
         Coordination z{};
         std::array<double, 2> balance{};
         for (std::size_t s : {Cations, Anions}) {
-            for (std::size_t i : {0, 1}) {
+            for (const std::size_t i : {0U, 1U}) {
                 const std::size_t ion = turned[s] ? 1 - i : i;
                 const std::string what = "a positive coordination number of " + name;
                 z[s][ion] = tokens_.number(what);

@@ -569,7 +569,8 @@ bool Block::find_neighbours() const {
         std::partial_sort(near.begin(), near.begin() + static_cast<std::ptrdiff_t>(most),
                           near.end());
         for (std::size_t k = 0; k < most; ++k) {
-            const auto& [far, b] = near[k];
+            const double far = near[k].first;
+            const std::size_t b = near[k].second;
             const bool hidden =
                 std::any_of(neighbours.begin() + static_cast<std::ptrdiff_t>(first_neighbour[a]),
                             neighbours.end(), [&](std::size_t c) { return distance(c, b) < far; });
