@@ -222,21 +222,29 @@ TEST(HardCases, EachComponentOfTheShippedFileAbsentOrATraceInTurn) {
     }
 }
 
+/// A solution with one parameter for all pairs; pure solids that never form hold each component.
+std::shared_ptr<const System> regular_solution(const std::vector<std::string>& names, double l) {
+    std::vector<DatText::Species> species;
+    std::vector<DatText::Parameter> parameters;
+    DatText text(names);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        std::vector<double> alone(names.size(), 0.0);
+        alone[i] = 1.0;
+        for (std::size_t j = 0; j < i; ++j) {
+            parameters.push_back({{static_cast<int>(j) + 1, static_cast<int>(i) + 1}, {{l}}});
+        }
+        species.push_back({names[i], alone, {0.0}});
+        text.pure({names[i] + "(s)", alone, {2e5}});
+    }
+    return text.redlich_kister("MELT", species, parameters).read();
+}
+
 /// A regular solution of three components with one parameter for all pairs, in equal amounts: three
 /// sets, each rich in one component, and by symmetry ln(p / q) = (L / RT) (p - q) for its share p
 /// and those of the others, q = (1 - p) / 2.
 TEST(HardCases, ThreeSetsOfOnePhase) {
     constexpr double L = 25000.0;
-    const std::vector<DatText::Species> species = {
-        {"A", {1, 0, 0}, {0.0}}, {"B", {0, 1, 0}, {0.0}}, {"C", {0, 0, 1}, {0.0}}};
-    const std::vector<DatText::Parameter> parameters = {
-        {{1, 2}, {{L}}}, {{1, 3}, {{L}}}, {{2, 3}, {{L}}}};
-    DatText text({"A", "B", "C"});
-    text.redlich_kister("MELT", species, parameters);
-    for (const DatText::Species& one : species) {
-        text.pure({one.name + "(s)", one.stoichiometry, {2e5}});
-    }
-    const auto system = text.read();
+    const auto system = regular_solution({"A", "B", "C"}, L);
     Solver cold(system);
     Solver warm(system);
     for (const double t : {400.0, 600.0, 800.0}) {
@@ -262,13 +270,7 @@ TEST(HardCases, ThreeSetsOfOnePhase) {
 /// set above, below two, whose shares x obey ln((1 - x) / x) = (L / RT) (1 - 2 x).
 TEST(HardCases, NearACriticalPoint) {
     constexpr double L = 12000.0;
-    const std::vector<DatText::Species> species = {{"A", {1, 0}, {0.0}}, {"B", {0, 1}, {0.0}}};
-    DatText text({"A", "B"});
-    text.redlich_kister("MELT", species, {{{1, 2}, {{L}}}});
-    for (const DatText::Species& one : species) {
-        text.pure({one.name + "(s)", one.stoichiometry, {2e5}});
-    }
-    const auto system = text.read();
+    const auto system = regular_solution({"A", "B"}, L);
     Solver solver(system);
     const double critical = L / (2.0 * 8.314462618);
     for (const double off : {-1e-2, -1e-3, -1e-4, -1e-5, -1e-6, -1e-8, 0.0, 1e-8, 1e-6, 1e-4}) {

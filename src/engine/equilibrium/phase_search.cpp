@@ -432,7 +432,7 @@ const std::vector<Candidate>& PhaseSearch::all(const Block& block, std::span<con
     }
     // The samples that may hold a maximum near the plane, and the best of all; where the search
     // need not be thorough the tops among them.
-    const bool thorough = std::isinf(least);
+    const bool thorough = least == Thorough;
     resize(n);
     order_.clear();
     for (std::size_t k = 0; k < samples; ++k) {

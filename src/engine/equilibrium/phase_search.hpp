@@ -39,12 +39,15 @@ public:
                  std::span<double> log_x);
     bool converged() const { return converged_; }
 
+    /// A bound below all driving forces: every maximum is looked for.
+    static constexpr double Thorough = -std::numeric_limits<double>::infinity();
+
     /// Local maxima found from the samples, best first, at most `most` distinct ones. `known` are
     /// compositions near which maxima are likely; where none can come up to `least` none is looked
     /// for, and on slopes to higher samples neither.
     const std::vector<Candidate>& all(const Block& block, std::span<const double> tau,
                                       std::size_t most, std::span<const Candidate> known = {},
-                                      double least = -std::numeric_limits<double>::infinity());
+                                      double least = Thorough);
 
     /// Whether the phase is stable against small changes of its composition (Hessian positive
     /// definite along what holds among the variables).

@@ -479,9 +479,6 @@ bool Solver::solve_by_way_of_others() {
 /// of greatest driving force, and one as far from the former set to the other side.
 bool Solver::splits_set(std::size_t b) {
     const Block& block = active_->blocks[b];
-    if (block.pure || block.curvature == Curvature::Ideal || absent_[b].minima.empty()) {
-        return false;
-    }
     const Candidate& other = absent_[b].minima.front();
     for (std::size_t f = 0; f < assemblage_.mixture_count; ++f) {
         MixtureSet& set = assemblage_.mixtures[f];
@@ -570,7 +567,7 @@ bool Solver::join_violator() {
             }
         }
         // Near a critical point the set that is there has to move away from the new one.
-        if (is_fresh() && splits_set(b) && settle({}) && has_joined()) {
+        if (sets > 0 && is_fresh() && splits_set(b) && settle({}) && has_joined()) {
             return true;
         }
         // Where both are traces, Newton's method may not find that a pure phase has to go for it.

@@ -7,7 +7,6 @@
 #include "engine/equilibrium/linear_programme.hpp"
 #include "engine/equilibrium/phase_search.hpp"
 
-#include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -113,7 +112,7 @@ private:
     bool close_open_potentials();
     bool find_violations();
     const std::vector<Candidate>& minima(std::size_t b, std::span<const double> tau,
-                                         double least = -std::numeric_limits<double>::infinity());
+                                         double least = PhaseSearch::Thorough);
     bool drop_traces();
     bool join_violator();
     bool splits_set(std::size_t b);

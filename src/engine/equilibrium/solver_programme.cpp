@@ -7,14 +7,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 // The linear programme: its columns, its failures, and the phases that it names to start from.
 
 namespace tessara {
 namespace {
-
-constexpr double Infinity = std::numeric_limits<double>::infinity();
 
 /// What a column holds less of than this it does not hold: the traces that models need.
 constexpr double LeastInColumn = 1e-16;
@@ -209,7 +206,8 @@ bool Solver::refine(double threshold, bool coarse) {
             }
             continue;
         }
-        for (const Candidate& candidate : minima(b, tau, coarse ? threshold : -Infinity)) {
+        for (const Candidate& candidate :
+             minima(b, tau, coarse ? threshold : PhaseSearch::Thorough)) {
             if (candidate.driving_force > threshold) {
                 added = add_column(b, candidate.x, candidate.log_x) || added;
             }

@@ -56,7 +56,8 @@ void Solver::assign_sets(std::size_t b) {
         }
         sets.push_back(f);
     }
-    for (const std::size_t f : sets.size() > 1 ? sets : std::vector<std::size_t>()) {
+    for (std::size_t k = 0; sets.size() > 1 && k < sets.size(); ++k) {
+        const std::size_t f = sets[k];
         const MixtureSet& set = assemblage_.mixtures[f];
         std::vector<double>& share = shares[f];
         share.assign(active_->component_count(), 0.0);
@@ -173,7 +174,6 @@ void Solver::fill_phase(const EquilibriumConditions& conditions, std::size_t i) 
         }
     }
     phase.driving_force = absent_[b].force / units; // per mole of what is reported
-    phase.force_of_further = -Infinity;
     for (std::size_t a = 0; a < block.active.size(); ++a) {
         const std::size_t c = block.active[a];
         phase.constituent_can_form[c] = 1;
@@ -222,20 +222,14 @@ void Solver::fill_potentials(const EquilibriumConditions& conditions) {
                 continue;
             }
             const std::size_t s = active_->species_of(i, c);
-            if (s != ActiveSystem::None && closed) {
-                // More exact than the sum over components, whose terms are large.
-                potentials[c] = (assemblage_.affinities()[s] + active_->gibbs()[s]) * rt;
-                continue;
-            }
-            double mu = 0.0;
+            const bool is_species = s != ActiveSystem::None;
             for (std::size_t k = 0; k < components.size(); ++k) {
                 row_[k] = a[components[k]];
-                mu += row_[k] * duals[k];
             }
-            if (s != ActiveSystem::None) {
-                mu = assemblage_.affinities()[s] + active_->gibbs()[s];
-            }
-            if (all || assemblage_.determines(row_)) {
+            if (all || (is_species && closed) || assemblage_.determines(row_)) {
+                // The affinity is more exact than the sum over components, whose terms are large.
+                const double mu = is_species ? assemblage_.affinities()[s] + active_->gibbs()[s]
+                                             : dot(row_, duals);
                 potentials[c] = mu * rt;
             }
         }

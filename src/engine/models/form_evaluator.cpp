@@ -10,7 +10,7 @@ namespace tessara {
 namespace {
 
 /// Tables of samples larger than this would cost more memory than they save time.
-constexpr std::size_t MostProducts = 5000;
+constexpr std::size_t MostTableEntries = 5000;
 
 double pressure_part(const ExcessCoefficients& c, double pressure) {
     return (c.p + c.p2 * pressure) * pressure;
@@ -140,7 +140,7 @@ double FormEvaluator::entropy(std::span<const double> y, std::span<const double>
 
 void FormEvaluator::mixing_of_samples(std::span<const double> y, std::span<double> m) const {
     const std::size_t count = phase_.energy.coefficient_count();
-    if (m.size() * count > MostProducts) {
+    if (m.size() * count > MostTableEntries) {
         PhaseEvaluator::mixing_of_samples(y, m);
         return;
     }

@@ -253,14 +253,19 @@ void FormProducts::scaled_hessian(std::span<const double> y, std::span<const dou
     }
 }
 
+/// Of a product of variables: for each of them the product from it on.
+void FormProducts::multiply_from_behind(const Term& term) const {
+    after_[term.factor_count] = 1.0;
+    for (std::size_t k = term.factor_count; k-- > 0;) {
+        after_[k] = values_[plain_variable(term, k)] * after_[k + 1];
+    }
+}
+
 /// Of a product of variables: those before each of them times those behind it. Gives the product.
 double FormProducts::add_plain_gradient(const Term& term, double factor,
                                         std::span<double> gradient) const {
     const std::size_t count = term.factor_count;
-    after_[count] = 1.0;
-    for (std::size_t k = count; k-- > 0;) {
-        after_[k] = values_[plain_variable(term, k)] * after_[k + 1];
-    }
+    multiply_from_behind(term);
     double before = factor;
     for (std::size_t k = 0; k < count; ++k) {
         const std::size_t i = plain_variable(term, k);
@@ -274,10 +279,7 @@ double FormProducts::add_plain_gradient(const Term& term, double factor,
 void FormProducts::add_plain_hessian(const Term& term, double factor,
                                      std::span<double> hessian) const {
     const std::size_t count = term.factor_count;
-    after_[count] = 1.0;
-    for (std::size_t k = count; k-- > 0;) {
-        after_[k] = values_[plain_variable(term, k)] * after_[k + 1];
-    }
+    multiply_from_behind(term);
     double before = factor;
     for (std::size_t k = 0; k < count; ++k) {
         const std::size_t i = plain_variable(term, k);

@@ -98,6 +98,7 @@ private:
     double slope(const TermFactor& own, const Entry& entry) const;
     double product(const Term& term) const;
     void add_hessian(const Term& term, double factor, std::span<double> hessian) const;
+    void multiply_from_behind(const Term& term) const;
     double add_plain_gradient(const Term& term, double factor, std::span<double> gradient) const;
     void add_plain_hessian(const Term& term, double factor, std::span<double> hessian) const;
     std::size_t plain_variable(const Term& term, std::size_t k) const {

@@ -123,6 +123,23 @@ std::optional<PathState> just_formed(PathSolver& solver, const PathState& from, 
     return best;
 }
 
+/// Over R T, of the constituents of phases that are present in a mixture of two states.
+double largest_difference_of_potentials(const Equilibrium& first, const Equilibrium& second,
+                                        const Equilibrium& mixture) {
+    double largest = 0.0;
+    for (std::size_t i = 0; i < mixture.phases.size(); ++i) {
+        for (std::size_t c = 0; c < mixture.constituent_potentials[i].size(); ++c) {
+            const double difference =
+                first.constituent_potentials[i][c] - second.constituent_potentials[i][c];
+            // Those that one state leaves open are as the other has them.
+            if (mixture.phases[i].amount > 0.0 && std::isfinite(difference)) {
+                largest = std::max(largest, std::abs(difference));
+            }
+        }
+    }
+    return largest / (GasConstant * mixture.t);
+}
+
 } // namespace
 
 bool PathState::has(std::size_t phase) const {
@@ -228,27 +245,6 @@ std::optional<Transition> locate(PathSolver& solver, const PathState& lower,
     }
     return std::nullopt;
 }
-
-namespace {
-
-/// Over R T, of the constituents of phases that are present in a mixture of two states.
-double largest_difference_of_potentials(const Equilibrium& first, const Equilibrium& second,
-                                        const Equilibrium& mixture) {
-    double largest = 0.0;
-    for (std::size_t i = 0; i < mixture.phases.size(); ++i) {
-        for (std::size_t c = 0; c < mixture.constituent_potentials[i].size(); ++c) {
-            const double difference =
-                first.constituent_potentials[i][c] - second.constituent_potentials[i][c];
-            // Those that one state leaves open are as the other has them.
-            if (mixture.phases[i].amount > 0.0 && std::isfinite(difference)) {
-                largest = std::max(largest, std::abs(difference));
-            }
-        }
-    }
-    return largest / (GasConstant * mixture.t);
-}
-
-} // namespace
 
 Equilibrium mixed(const Equilibrium& first, const Equilibrium& second, double share) {
     Equilibrium result = share < 0.5 ? first : second;
