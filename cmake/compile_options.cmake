@@ -32,6 +32,11 @@ if(TESSARA_SANITIZE)
   endif()
 endif()
 
+if(TESSARA_FUZZERS)
+  # The engine tells the fuzzer which of its branches were taken; without that it would draw blindly.
+  target_compile_options(tessara_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # What most files of a target include, read once: a fifth of the time of a build. Further headers
 # given go first, as that of the interpreter must.
 function(tessara_precompile target)
