@@ -22,18 +22,13 @@ constexpr std::size_t MostForFaces = 8;
 /// Of a phase of more corners than these, the edges get fewer samples.
 constexpr std::size_t MostForEdges = 12;
 constexpr std::size_t MostForMiddlesOfEdges = 40;
+/// How far below a maximum, over R T, the sample next to it may lie. Where mixing is ideal it is a
+/// third to a tenth of these.
+constexpr double MostSampleGap = 1.5;
 /// Samples of a phase of several sublattices.
 constexpr int MostProducts = 500;
 /// Share of a constituent that a corner does not hold.
 constexpr double MostTrace = 1e-6;
-/// Neighbours are looked for where this is not exceeded by the samples squared times the variables,
-/// among so many nearest ones; of more variables than these they would take too much memory.
-constexpr std::size_t MostForNeighbours = 10'000'000;
-constexpr std::size_t MostVariablesForNeighbours = 12;
-constexpr std::size_t MostNear = 32;
-/// Square of the distance above which samples are too far apart to be neighbours: what lies between
-/// them may rise and fall.
-constexpr double MostDistance = 0.26 * 0.26;
 
 std::uint64_t next_stamp() {
     static std::atomic<std::uint64_t> last{0};
@@ -435,6 +430,10 @@ void ActiveSystem::make_samples(Block& block) const {
     for (std::size_t i = 0; i < n; ++i) {
         mix({{i, 1.0}});
     }
+    block.sample_gap = std::min(MostSampleGap, (corners ? 1.5 : 1.0) * (n == 2   ? 0.3
+                                                                        : n <= 4 ? 0.5
+                                                                        : n <= 6 ? 1.0
+                                                                                 : MostSampleGap));
     const int steps = (n == 2                          ? 20
                        : n <= 4                        ? 8
                        : n <= 6                        ? 6
@@ -541,49 +540,6 @@ void ActiveSystem::make_product_samples(Block& block) const {
     }
 }
 
-bool Block::find_neighbours() const {
-    const std::size_t samples = sample_count();
-    if (!first_neighbour.empty() || count > MostVariablesForNeighbours ||
-        samples * samples * count > MostForNeighbours) {
-        return !first_neighbour.empty();
-    }
-    const auto distance = [&](std::size_t a, std::size_t b) {
-        double sum = 0.0;
-        for (std::size_t i = 0; i < count; ++i) {
-            const double d = sample(a)[i] - sample(b)[i];
-            sum += d * d;
-        }
-        return sum;
-    };
-    std::vector<std::pair<double, std::size_t>> near;
-    first_neighbour.push_back(0);
-    for (std::size_t a = 0; a < samples; ++a) {
-        near.clear();
-        for (std::size_t b = 0; b < samples; ++b) {
-            const double far = distance(a, b);
-            if (b != a && far <= MostDistance) {
-                near.emplace_back(far, b);
-            }
-        }
-        const std::size_t most = std::min(near.size(), MostNear);
-        std::partial_sort(near.begin(), near.begin() + static_cast<std::ptrdiff_t>(most),
-                          near.end());
-        for (std::size_t k = 0; k < most; ++k) {
-            const double far = near[k].first;
-            const std::size_t b = near[k].second;
-            const bool hidden =
-                std::any_of(neighbours.begin() + static_cast<std::ptrdiff_t>(first_neighbour[a]),
-                            neighbours.end(), [&](std::size_t c) { return distance(c, b) < far; });
-            if (!hidden) {
-                neighbours.push_back(b);
-                mixing_between.push_back(std::numeric_limits<double>::quiet_NaN());
-            }
-        }
-        first_neighbour.push_back(neighbours.size());
-    }
-    return true;
-}
-
 void ActiveSystem::set_state(const TemperatureTerms& at, double pressure) {
     const double inverse_rt = 1.0 / (GasConstant * at.t);
     for (std::size_t s = 0; s < species_.size(); ++s) {
@@ -599,8 +555,6 @@ void ActiveSystem::set_state(const TemperatureTerms& at, double pressure) {
         if (block.evaluator) {
             block.evaluator->set_state(at, pressure);
             block.shift = block.evaluator->ideal_shift();
-            std::fill(block.mixing_between.begin(), block.mixing_between.end(),
-                      std::numeric_limits<double>::quiet_NaN());
             block.evaluator->mixing_of_samples(block.sample_x, block.sample_mixing);
         }
     }

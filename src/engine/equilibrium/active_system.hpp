@@ -58,17 +58,8 @@ struct Block {
     /// Compositions that a search starts from, sample after sample; none for ideal phases.
     std::vector<double> sample_x;
     std::vector<double> sample_mixing; ///< m at the samples, at the present state
-
-    /// The samples next to each sample, once they have been looked for.
-    mutable std::vector<std::size_t> first_neighbour;
-    mutable std::vector<std::size_t> neighbours;
-    /// m half the way to each neighbour; nan where the present state has not yet been asked for it.
-    mutable std::vector<double> mixing_between;
-
-    /// Neighbours are samples with no third one between them: none is nearer to both. Along an edge
-    /// these are the next ones to both sides, so that no rise is overlooked behind a fall. Says
-    /// whether they are known: of very many samples they are not looked for.
-    bool find_neighbours() const;
+    /// How far below the best maximum, over R T, the sample next to it may lie.
+    double sample_gap = 1.5;
 
     std::size_t sample_count() const { return sample_mixing.size(); }
     std::span<const double> sample(std::size_t k) const { return {&sample_x[k * count], count}; }

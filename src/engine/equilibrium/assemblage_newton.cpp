@@ -231,52 +231,42 @@ double Assemblage::evaluate() {
 /// The change of one member's potential that closes its own balance, the others held. The balance
 /// rises with the potential, so that Newton's method between bounds finds it from anywhere.
 double Assemblage::solve_balance_alone(std::size_t k) const {
+    constexpr double Empty = -std::numeric_limits<double>::infinity();
     const double right = right_[fixed_ + k];
-    const double log_right =
-        right != 0.0 ? std::log(std::abs(right)) : -std::numeric_limits<double>::infinity();
+    const double log_right[2] = {right < 0.0 ? std::log(-right) : Empty,
+                                 right > 0.0 ? std::log(right) : Empty};
     double low = -std::numeric_limits<double>::infinity();
     double high = std::numeric_limits<double>::infinity();
     double change = 0.0;
-    for (int iteration = 0; iteration < MostIterations; ++iteration) {
-        // Sums of exponentials on both sides, with their slopes, scaled by the largest term.
-        double top[2];
-        double sum[2] = {0.0, 0.0};
-        double slope[2] = {0.0, 0.0};
-        for (const int pass : {0, 1}) {
-            for (const int side : {0, 1}) {
-                const bool here = side == 0 ? right < 0.0 : right > 0.0;
-                const double term = here ? log_right : -std::numeric_limits<double>::infinity();
-                if (pass == 0) {
-                    top[side] = term;
-                } else if (here) {
-                    sum[side] += std::exp(term - top[side]);
-                }
-            }
-            for (std::size_t f = 0; f < mixture_count; ++f) {
-                const Block& block = system_->blocks[mixtures[f].block];
-                const bool ideal = block.curvature == Curvature::Ideal;
-                for (std::size_t i = 0; i < block.count; ++i) {
-                    const double nu = nu_row(block.first + i)[fixed_ + k];
-                    if (nu == 0.0) {
-                        continue;
-                    }
-                    const int side = nu > 0.0 ? 0 : 1;
+    const auto for_each_term = [&](const auto& take) {
+        for (std::size_t f = 0; f < mixture_count; ++f) {
+            const Block& block = system_->blocks[mixtures[f].block];
+            const bool ideal = block.curvature == Curvature::Ideal;
+            for (std::size_t i = 0; i < block.count; ++i) {
+                const double nu = nu_row(block.first + i)[fixed_ + k];
+                if (nu != 0.0) {
                     const double rate = ideal ? nu : 0.0;
-                    const double term =
-                        log_amounts_[sets_[f].first + i] + std::log(std::abs(nu)) + rate * change;
-                    if (pass == 0) {
-                        top[side] = std::max(top[side], term);
-                    } else {
-                        const double part = std::exp(term - top[side]);
-                        sum[side] += part;
-                        slope[side] += part * rate;
-                    }
+                    take(nu > 0.0 ? 0 : 1, rate,
+                         log_amounts_[sets_[f].first + i] + std::log(std::abs(nu)) + rate * change);
                 }
             }
         }
+    };
+    for (int iteration = 0; iteration < MostIterations; ++iteration) {
+        // Sums of exponentials on both sides, with their slopes, scaled by the largest term.
+        double top[2] = {log_right[0], log_right[1]};
+        for_each_term(
+            [&](int side, double, double term) { top[side] = std::max(top[side], term); });
         if (!std::isfinite(top[0]) || !std::isfinite(top[1])) {
             return 0.0; // one side is empty: no change closes it
         }
+        double sum[2] = {std::exp(log_right[0] - top[0]), std::exp(log_right[1] - top[1])};
+        double slope[2] = {0.0, 0.0};
+        for_each_term([&](int side, double rate, double term) {
+            const double part = std::exp(term - top[side]);
+            sum[side] += part;
+            slope[side] += part * rate;
+        });
         const double residual = top[0] + std::log(sum[0]) - top[1] - std::log(sum[1]);
         if (std::abs(residual) < 1e-2) {
             break;

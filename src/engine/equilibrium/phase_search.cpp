@@ -18,8 +18,8 @@ constexpr double GradientTolerance = 1e-12;
 constexpr int MostIterations = 80;
 /// Growth of ln x in one step, for constituents that are no traces.
 constexpr double MostGrowth = 2.0;
-/// Samples farther below the plane than this hold no second minimum that touches it.
-constexpr double FarBelow = 1.5;
+/// What a start may be short of its maximum.
+constexpr double LikelyGain = 1e-3;
 /// Two compositions are one where no fraction differs by more.
 constexpr double SameComposition = 1e-6;
 
@@ -245,7 +245,7 @@ bool PhaseSearch::locally_stable(const Block& block, std::span<const double> x,
 }
 
 double PhaseSearch::local(const Block& block, std::span<const double> tau, std::span<double> x,
-                          std::span<double> log_x) {
+                          std::span<double> log_x, double gain) {
     const std::size_t n = block.count;
     converged_ = true;
     if (block.curvature == Curvature::Ideal) {
@@ -279,6 +279,9 @@ double PhaseSearch::local(const Block& block, std::span<const double> tau, std::
             const double most = step[i] > 0.0 ? room : x[i] > 0.1 ? MostGrowth : 1e300;
             length = std::min(length, most / std::max(std::abs(step[i]), 1e-300));
         }
+        if (convex && slope < gain) {
+            return force;
+        }
         // Near the end the gain drowns in rounding; the gradient alone then decides.
         const double noise = 16.0 * 2.2e-16 * (size + std::abs(mixing_));
         double new_force = force;
@@ -305,9 +308,9 @@ double PhaseSearch::local(const Block& block, std::span<const double> tau, std::
 }
 
 /// Follows a start to its maximum, which is kept where it is another than those found.
-bool PhaseSearch::take_if_new(const Block& block, std::span<const double> tau,
-                              Candidate candidate) {
-    candidate.driving_force = local(block, tau, candidate.x, candidate.log_x);
+bool PhaseSearch::take_if_new(const Block& block, std::span<const double> tau, Candidate candidate,
+                              double gain) {
+    candidate.driving_force = local(block, tau, candidate.x, candidate.log_x, gain);
     const bool known = std::any_of(found_.begin(), found_.end(), [&](const Candidate& other) {
         return same_composition(other.x, candidate.x, SameComposition) ||
                (block.same_set(other.x, candidate.x, SameComposition) &&
@@ -338,40 +341,6 @@ void PhaseSearch::vary_traces(const Block& block, std::span<const double> tau) {
     }
 }
 
-/// Whether a sample lies on the slope of a hill whose top is elsewhere: the force rises all along
-/// the way to one of its neighbours.
-bool PhaseSearch::rises_to_neighbour(const Block& block, std::size_t sample) {
-    if (!block.find_neighbours()) {
-        return false;
-    }
-    const std::size_t n = block.count;
-    const double own = sample_force_[sample];
-    for (std::size_t e = block.first_neighbour[sample]; e < block.first_neighbour[sample + 1];
-         ++e) {
-        const std::size_t neighbour = block.neighbours[e];
-        if (!(sample_force_[neighbour] > own)) {
-            continue;
-        }
-        double& mixing = block.mixing_between[e];
-        if (std::isnan(mixing)) {
-            for (std::size_t i = 0; i < n; ++i) {
-                trial_x_[i] = 0.5 * (block.sample(sample)[i] + block.sample(neighbour)[i]);
-                trial_log_x_[i] = std::log(trial_x_[i]);
-            }
-            mixing = block.evaluator->mixing(std::span(trial_x_.data(), n),
-                                             std::span(trial_log_x_.data(), n));
-        }
-        // The affinities' part is straight.
-        const double between = 0.5 * (own + block.sample_mixing[sample] + sample_force_[neighbour] +
-                                      block.sample_mixing[neighbour]) -
-                               mixing;
-        if (between >= own) {
-            return true;
-        }
-    }
-    return false;
-}
-
 /// Whether the force only rises on the way from a sample to a maximum already found.
 bool PhaseSearch::leads_to_known(const Block& block, std::span<const double> tau,
                                  std::size_t sample) {
@@ -396,48 +365,74 @@ bool PhaseSearch::leads_to_known(const Block& block, std::span<const double> tau
     });
 }
 
-const std::vector<Candidate>& PhaseSearch::all(const Block& block, std::span<const double> tau,
-                                               std::size_t most, std::span<const Candidate> known,
-                                               double least) {
-    const std::size_t n = block.count;
+/// Takes back what was found before, for its memory.
+void PhaseSearch::forget_found() {
     for (Candidate& old : found_) {
         spare_.push_back(std::move(old));
     }
     found_.clear();
-    const auto fresh = [&]() -> Candidate {
-        if (spare_.empty()) {
-            return {};
-        }
-        Candidate candidate = std::move(spare_.back());
+}
+
+Candidate PhaseSearch::start_at(std::span<const double> x, std::span<const double> log_x) {
+    Candidate candidate;
+    if (!spare_.empty()) {
+        candidate = std::move(spare_.back());
         spare_.pop_back();
-        return candidate;
-    };
-    if (block.curvature == Curvature::Ideal) {
-        Candidate candidate = fresh();
-        candidate.x.resize(n);
-        candidate.log_x.resize(n);
-        candidate.driving_force = ideal(block, tau, candidate.x, candidate.log_x);
-        found_.push_back(std::move(candidate));
-        return found_;
     }
+    candidate.x.assign(x.begin(), x.end());
+    candidate.log_x.assign(log_x.begin(), log_x.end());
+    if (log_x.empty()) {
+        candidate.log_x.resize(x.size());
+        std::transform(x.begin(), x.end(), candidate.log_x.begin(),
+                       [](double value) { return std::log(value); });
+    }
+    return candidate;
+}
+
+/// The driving forces of the samples; gives the greatest one's number.
+std::size_t PhaseSearch::weigh_samples(const Block& block, std::span<const double> tau) {
     const std::size_t samples = block.sample_count();
     sample_force_.resize(samples);
     for (std::size_t k = 0; k < samples; ++k) {
         sample_force_[k] = dot(block.sample(k), tau) - block.sample_mixing[k];
     }
-    const auto best = static_cast<std::size_t>(
-        std::max_element(sample_force_.begin(), sample_force_.end()) - sample_force_.begin());
-    if (sample_force_[best] < least - FarBelow) {
+    return static_cast<std::size_t>(std::max_element(sample_force_.begin(), sample_force_.end()) -
+                                    sample_force_.begin());
+}
+
+const std::vector<Candidate>& PhaseSearch::likely(const Block& block, std::span<const double> tau,
+                                                  std::span<const Candidate> known, double least) {
+    forget_found();
+    const std::size_t best = weigh_samples(block, tau);
+    if (sample_force_[best] < least - block.sample_gap) {
         return found_;
     }
-    // The samples that may hold a maximum near the plane, and the best of all; where the search
-    // need not be thorough the tops among them.
-    const bool thorough = least == Thorough;
+    resize(block.count);
+    for (const Candidate& start : known) {
+        take_if_new(block, tau, start_at(start.x, start.log_x), LikelyGain);
+    }
+    if (!leads_to_known(block, tau, best)) {
+        take_if_new(block, tau, start_at(block.sample(best)), LikelyGain);
+    }
+    return found_;
+}
+
+const std::vector<Candidate>& PhaseSearch::all(const Block& block, std::span<const double> tau,
+                                               std::size_t most, std::span<const Candidate> known) {
+    const std::size_t n = block.count;
+    forget_found();
+    if (block.curvature == Curvature::Ideal) {
+        Candidate candidate = start_at(tau, tau); // for its size
+        candidate.driving_force = ideal(block, tau, candidate.x, candidate.log_x);
+        found_.push_back(std::move(candidate));
+        return found_;
+    }
+    // The samples that may hold a maximum near the plane, and the best of all.
+    const std::size_t best = weigh_samples(block, tau);
     resize(n);
     order_.clear();
-    for (std::size_t k = 0; k < samples; ++k) {
-        if (k == best ||
-            (sample_force_[k] >= -FarBelow && (thorough || !rises_to_neighbour(block, k)))) {
+    for (std::size_t k = 0; k < sample_force_.size(); ++k) {
+        if (k == best || sample_force_[k] >= -block.sample_gap) {
             order_.push_back(k);
         }
     }
@@ -445,27 +440,14 @@ const std::vector<Candidate>& PhaseSearch::all(const Block& block, std::span<con
         return sample_force_[a] != sample_force_[b] ? sample_force_[a] > sample_force_[b] : a < b;
     });
     for (const Candidate& start : known) {
-        Candidate candidate = fresh();
-        candidate.x = start.x;
-        candidate.log_x = start.log_x;
-        take_if_new(block, tau, std::move(candidate));
+        take_if_new(block, tau, start_at(start.x, start.log_x));
     }
     for (std::size_t k : order_) {
         if (found_.size() >= most && !found_.empty()) {
             break;
         }
-        if (leads_to_known(block, tau, k)) {
-            continue;
-        }
-        const std::span<const double> start = block.sample(k);
-        Candidate candidate = fresh();
-        candidate.x.assign(start.begin(), start.end());
-        candidate.log_x.clear();
-        for (const double value : start) {
-            candidate.log_x.push_back(std::log(value));
-        }
-        if (take_if_new(block, tau, std::move(candidate)) && block.variables != nullptr &&
-            !block.variables->constraints.charge.empty()) {
+        if (!leads_to_known(block, tau, k) && take_if_new(block, tau, start_at(block.sample(k))) &&
+            block.variables != nullptr && !block.variables->constraints.charge.empty()) {
             vary_traces(block, tau);
         }
     }

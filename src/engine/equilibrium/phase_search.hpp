@@ -5,7 +5,6 @@
 
 #include <Eigen/LU>
 
-#include <limits>
 #include <span>
 #include <vector>
 
@@ -33,21 +32,21 @@ public:
                         std::span<double> log_x);
 
     /// Runs to the local maximum of the driving force that lies downhill from the composition
-    /// given, and leaves it there. Gives the driving force; `converged` says whether the gradient
-    /// vanished.
+    /// given, and leaves it there; stops where less than `gain` is to be had. Gives the driving
+    /// force; `converged` says whether the gradient vanished or no such gain was left.
     double local(const Block& block, std::span<const double> tau, std::span<double> x,
-                 std::span<double> log_x);
+                 std::span<double> log_x, double gain = 0.0);
     bool converged() const { return converged_; }
 
-    /// A bound below all driving forces: every maximum is looked for.
-    static constexpr double Thorough = -std::numeric_limits<double>::infinity();
-
-    /// Local maxima found from the samples, best first, at most `most` distinct ones. `known` are
-    /// compositions near which maxima are likely; where none can come up to `least` none is looked
-    /// for, and on slopes to higher samples neither.
+    /// Local maxima found from the samples that may lead to one near the plane, best first, at most
+    /// `most` distinct ones. `known` are compositions near which maxima are likely.
     const std::vector<Candidate>& all(const Block& block, std::span<const double> tau,
-                                      std::size_t most, std::span<const Candidate> known = {},
-                                      double least = Thorough);
+                                      std::size_t most, std::span<const Candidate> known = {});
+
+    /// About the maxima near `known` and that near the best sample of a phase that is not ideal:
+    /// what a start needs. None where none can come up to `least`.
+    const std::vector<Candidate>& likely(const Block& block, std::span<const double> tau,
+                                         std::span<const Candidate> known, double least);
 
     /// Whether the phase is stable against small changes of its composition (Hessian positive
     /// definite along what holds among the variables).
@@ -81,9 +80,12 @@ public:
     static double normalise(std::span<double> x, std::span<double> log_x);
 
 private:
-    bool rises_to_neighbour(const Block& block, std::size_t sample);
+    void forget_found();
+    Candidate start_at(std::span<const double> x, std::span<const double> log_x = {});
+    std::size_t weigh_samples(const Block& block, std::span<const double> tau);
     bool leads_to_known(const Block& block, std::span<const double> tau, std::size_t sample);
-    bool take_if_new(const Block& block, std::span<const double> tau, Candidate candidate);
+    bool take_if_new(const Block& block, std::span<const double> tau, Candidate candidate,
+                     double gain = 0.0);
     void vary_traces(const Block& block, std::span<const double> tau);
     void detach(std::size_t n, std::size_t i);
     void set_normal(const Block& block, std::size_t n);

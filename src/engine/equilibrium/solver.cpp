@@ -67,7 +67,9 @@ const Equilibrium& Solver::solve(const EquilibriumConditions& conditions, Start 
     prepare(conditions);
     const bool can_start = std::exchange(assemblage_is_start_, false);
     if (start == Start::Cold || !can_start || !solve_warm() || holds_impossible()) {
-        known_minima_.clear(); // so that the result is that of these conditions alone
+        for (std::vector<Candidate>& known : known_minima_) {
+            known.clear(); // so that the result is that of these conditions alone
+        }
         solve_cold(conditions);
     }
     make_result(conditions);
@@ -238,14 +240,19 @@ bool Solver::stable_phases_hold() {
 }
 
 /// The minima of a phase under these affinities, begun from those of its last search.
-const std::vector<Candidate>& Solver::minima(std::size_t b, std::span<const double> tau,
-                                             double least) {
-    known_minima_.resize(active_->blocks.size());
-    std::vector<Candidate>& known = known_minima_[b];
-    const std::vector<Candidate>& found =
-        search_.all(active_->blocks[b], tau, MostMinima, known, least);
+const std::vector<Candidate>& Solver::minima(std::size_t b, std::span<const double> tau) {
+    return remember(b, search_.all(active_->blocks[b], tau, MostMinima, known_minima_[b]));
+}
+
+/// Those at hand of a phase that may come up to `least`.
+const std::vector<Candidate>& Solver::likely_minima(std::size_t b, std::span<const double> tau,
+                                                    double least) {
+    return remember(b, search_.likely(active_->blocks[b], tau, known_minima_[b], least));
+}
+
+const std::vector<Candidate>& Solver::remember(std::size_t b, const std::vector<Candidate>& found) {
     if (!found.empty()) {
-        known = found;
+        known_minima_[b] = found;
     }
     return found;
 }

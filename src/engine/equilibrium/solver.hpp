@@ -111,8 +111,10 @@ private:
     bool settle(std::span<const double> start_duals);
     bool close_open_potentials();
     bool find_violations();
-    const std::vector<Candidate>& minima(std::size_t b, std::span<const double> tau,
-                                         double least = PhaseSearch::Thorough);
+    const std::vector<Candidate>& minima(std::size_t b, std::span<const double> tau);
+    const std::vector<Candidate>& likely_minima(std::size_t b, std::span<const double> tau,
+                                                double least);
+    const std::vector<Candidate>& remember(std::size_t b, const std::vector<Candidate>& found);
     bool drop_traces();
     bool join_violator();
     bool splits_set(std::size_t b);

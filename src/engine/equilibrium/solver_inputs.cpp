@@ -174,7 +174,7 @@ void Solver::activate(const EquilibriumConditions& conditions) {
     active_ = std::make_unique<ActiveSystem>(*system_, conditions, available_, excluded_,
                                              options_.sampling);
     ++active_number_;
-    known_minima_.clear();
+    known_minima_.assign(active_->blocks.size(), {});
     for (Block& block : active_->blocks) {
         block.may_add_sets = block.may_add_sets && options_.surplus_sets;
     }

@@ -207,7 +207,7 @@ bool Solver::refine(double threshold, bool coarse) {
             continue;
         }
         for (const Candidate& candidate :
-             minima(b, tau, coarse ? threshold : PhaseSearch::Thorough)) {
+             coarse ? likely_minima(b, tau, threshold) : minima(b, tau)) {
             if (candidate.driving_force > threshold) {
                 added = add_column(b, candidate.x, candidate.log_x) || added;
             }

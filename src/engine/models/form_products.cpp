@@ -172,8 +172,9 @@ FormProducts::Derivatives FormProducts::derivatives(const TermFactor& own) const
 double FormProducts::product(const Term& term) const {
     double result = term.multiplier;
     if (term.plain) {
+        const std::size_t* variables = plain_variables(term);
         for (std::size_t k = 0; k < term.factor_count; ++k) {
-            result *= values_[plain_variable(term, k)];
+            result *= values_[variables[k]];
         }
         return result;
     }
@@ -255,9 +256,10 @@ void FormProducts::scaled_hessian(std::span<const double> y, std::span<const dou
 
 /// Of a product of variables: for each of them the product from it on.
 void FormProducts::multiply_from_behind(const Term& term) const {
+    const std::size_t* variables = plain_variables(term);
     after_[term.factor_count] = 1.0;
     for (std::size_t k = term.factor_count; k-- > 0;) {
-        after_[k] = values_[plain_variable(term, k)] * after_[k + 1];
+        after_[k] = values_[variables[k]] * after_[k + 1];
     }
 }
 
@@ -265,10 +267,11 @@ void FormProducts::multiply_from_behind(const Term& term) const {
 double FormProducts::add_plain_gradient(const Term& term, double factor,
                                         std::span<double> gradient) const {
     const std::size_t count = term.factor_count;
+    const std::size_t* variables = plain_variables(term);
     multiply_from_behind(term);
     double before = factor;
     for (std::size_t k = 0; k < count; ++k) {
-        const std::size_t i = plain_variable(term, k);
+        const std::size_t i = variables[k];
         gradient[i] += before * after_[k + 1];
         before *= values_[i];
     }
@@ -279,13 +282,14 @@ double FormProducts::add_plain_gradient(const Term& term, double factor,
 void FormProducts::add_plain_hessian(const Term& term, double factor,
                                      std::span<double> hessian) const {
     const std::size_t count = term.factor_count;
+    const std::size_t* variables = plain_variables(term);
     multiply_from_behind(term);
     double before = factor;
     for (std::size_t k = 0; k < count; ++k) {
-        const std::size_t i = plain_variable(term, k);
+        const std::size_t i = variables[k];
         double between = before * scale_[i];
         for (std::size_t m = k + 1; m < count; ++m) {
-            const std::size_t j = plain_variable(term, m);
+            const std::size_t j = variables[m];
             const double second = between * after_[m + 1] * scale_[j];
             hessian[i * variables_ + j] += second;
             hessian[j * variables_ + i] += second;

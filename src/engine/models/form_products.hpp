@@ -101,8 +101,9 @@ private:
     void multiply_from_behind(const Term& term) const;
     double add_plain_gradient(const Term& term, double factor, std::span<double> gradient) const;
     void add_plain_hessian(const Term& term, double factor, std::span<double> hessian) const;
-    std::size_t plain_variable(const Term& term, std::size_t k) const {
-        return factors_[term.first_factor + k].factor.form;
+    /// The variables of a product of nothing else.
+    const std::size_t* plain_variables(const Term& term) const {
+        return places_.data() + term.first_variable;
     }
 
     std::size_t variables_;

@@ -10,9 +10,9 @@ class LogarithmSums {
 public:
     explicit LogarithmSums(std::size_t variables) : variables_(variables) {}
 
-    void add(double factor, std::vector<FormPart> parts);
+    void add(double factor, std::span<const FormPart> parts);
     /// f y ln y of one variable.
-    void add(double factor, std::size_t variable) { add(factor, {{variable, 1.0}}); }
+    void add(double factor, std::size_t variable);
     /// sum_i l_i ln(l_i / sum l) with l_i = share_i y_i.
     void add_mixing(std::span<const FormPart> parts);
 
@@ -27,15 +27,20 @@ public:
 private:
     struct Sum {
         double factor;
-        std::vector<FormPart> parts;
+        std::size_t first;
+        std::size_t count;
         double log_share; ///< of a sum of one part
     };
 
-    static double logarithm(const Sum& sum, double value, std::span<const double> log_y);
-    static double value_of(const Sum& sum, std::span<const double> y);
+    std::span<const FormPart> parts(const Sum& sum) const {
+        return {&parts_[sum.first], sum.count};
+    }
+    double logarithm(const Sum& sum, double value, std::span<const double> log_y) const;
+    double value_of(const Sum& sum, std::span<const double> y) const;
 
     std::size_t variables_;
     std::vector<Sum> sums_;
+    std::vector<FormPart> parts_;
     mutable std::vector<double> row_;
 };
 

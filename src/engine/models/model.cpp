@@ -1,6 +1,7 @@
 #include "engine/models/model.hpp"
 
 #include <algorithm>
+#include <cmath>
 
 namespace tessara {
 
