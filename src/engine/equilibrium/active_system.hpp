@@ -41,6 +41,11 @@ struct Block {
     /// For each corner, which of the active constituents it holds.
     std::vector<char> corner_reports;
 
+    /// Whether its variables have charges, which must add up to nothing.
+    bool is_charged() const {
+        return variables != nullptr && !variables->constraints.charge.empty();
+    }
+
     static constexpr double CornerTrace = 1e-20;
     std::span<const double> corner(std::size_t k) const { return {&corner_y[k * count], count}; }
     std::span<const double> log_corner(std::size_t k) const {

@@ -447,7 +447,7 @@ const std::vector<Candidate>& PhaseSearch::all(const Block& block, std::span<con
             break;
         }
         if (!leads_to_known(block, tau, k) && take_if_new(block, tau, start_at(block.sample(k))) &&
-            block.variables != nullptr && !block.variables->constraints.charge.empty()) {
+            block.is_charged()) {
             vary_traces(block, tau);
         }
     }

@@ -183,8 +183,8 @@ bool Solver::add_column(std::size_t b, std::span<const double> x, std::span<cons
 }
 
 /// Adds the compositions of mixture phases that have a driving force above the threshold at the
-/// programme's prices. Says whether there were any. Where it need not be thorough, phases far from
-/// forming are passed over.
+/// programme's prices. Says whether there were any. A coarse search passes over phases far from
+/// forming, and what is less likely in others but those of ions, whose minima differ by little.
 bool Solver::refine(double threshold, bool coarse) {
     const std::size_t entered = active_->entered_count();
     tau_.resize(active_->species().size());
@@ -206,8 +206,9 @@ bool Solver::refine(double threshold, bool coarse) {
             }
             continue;
         }
+        const bool may_pass = coarse && !block.is_charged();
         for (const Candidate& candidate :
-             coarse ? likely_minima(b, tau, threshold) : minima(b, tau)) {
+             may_pass ? likely_minima(b, tau, threshold) : minima(b, tau)) {
             if (candidate.driving_force > threshold) {
                 added = add_column(b, candidate.x, candidate.log_x) || added;
             }
