@@ -37,6 +37,11 @@ public:
     /// The k-th of the moved amounts at a point, mol; exact at both ends.
     double amount(std::size_t k, double point) const;
 
+    /// Whether neither matter nor work comes in unasked: pressure and all amounts are given.
+    bool is_closed_at_given_pressure() const {
+        return !request_.volume && request_.conditions.potentials.empty();
+    }
+
     /// The point at which the variable has this value, in K, Pa, m^3, or as a share.
     double point(double value) const;
     double value(double point) const;

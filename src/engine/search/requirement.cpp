@@ -40,6 +40,11 @@ bool Requirement::is_transition() const {
            (condition_.value == 0.0 || condition_.value == Condition::Precipitation);
 }
 
+bool Requirement::rises_with_temperature() const {
+    return condition_.place.kind == Place::Kind::System &&
+           (condition_.variable == H || condition_.variable == S);
+}
+
 /// The limit at which the phase that joins or leaves has the amount zero.
 Requirement::Limit Requirement::limit_wanted(const Transition& transition) const {
     const std::size_t i = condition_.place.phase;

@@ -21,6 +21,9 @@ public:
     /// A phase that just forms, or from which another just forms: what is searched for is a change
     /// of phases, not a value.
     bool is_transition() const;
+    /// Whether it is a property of a closed system that rises with the temperature whatever reacts:
+    /// its heat capacity at given pressure is never below zero.
+    bool rises_with_temperature() const;
     /// Whether a change of phases is the one wanted, and at which of its two limits.
     enum class Limit { None, Below, Above };
     Limit limit_wanted(const Transition& transition) const;

@@ -12,6 +12,11 @@ namespace {
 /// Steps outward, each longer than the one before by this factor.
 constexpr double Growth = 1.6;
 constexpr int MostOutwardSteps = 200;
+/// Along a slope: how far behind the zero that it points to the next step ends, and how much
+/// longer or shorter than the one before.
+constexpr double Overshoot = 0.05;
+constexpr double ShortestStep = 0.1;
+constexpr double LongestStep = 20.0;
 /// Steps that fail are shortened so often before the end of the path is taken to be reached.
 constexpr int MostShortenings = 12;
 constexpr int MostRounds = 300;
@@ -240,6 +245,38 @@ std::optional<SignChange> search_outward(PathSolver& solver, double guess, doubl
         side->before = std::move(side->last);
         side->last = std::move(*next);
         side->step *= Growth;
+    }
+    return std::nullopt;
+}
+
+std::optional<SignChange> search_along_slope(PathSolver& solver, double guess, double step,
+                                             const Reach& reach,
+                                             std::optional<PathState>& nearest) {
+    PathState last = solver.solve(std::clamp(guess, reach.low, reach.high));
+    note(last, nearest);
+    if (last.measure == 0.0) {
+        return SignChange{last, last};
+    }
+    const double direction = last.measure < 0.0 ? 1.0 : -1.0;
+    const double limit = last.measure < 0.0 ? reach.high : reach.low;
+    for (int k = 0; k < MostOutwardSteps && last.point != limit; ++k) {
+        std::optional<PathState> next;
+        for (int cut = 0; cut < MostShortenings && !next; ++cut) {
+            const double point = last.point + direction * step;
+            next = solver.attempt(std::clamp(point, reach.low, reach.high), &last);
+            step *= next ? 1.0 : 0.4;
+        }
+        if (!next || !is_known(*next)) {
+            return std::nullopt;
+        }
+        note(*next, nearest);
+        if (next->measure == 0.0 || differ(*next, last)) {
+            return SignChange{std::move(last), std::move(*next)};
+        }
+        const double slope = (next->measure - last.measure) / (next->point - last.point);
+        const double left = std::abs(next->measure / slope) * (1.0 + Overshoot);
+        step = slope > 0.0 ? std::clamp(left, ShortestStep * step, LongestStep * step) : step;
+        last = std::move(*next);
     }
     return std::nullopt;
 }

@@ -34,6 +34,11 @@ Reach reach_of(Path::Variable variable);
 std::optional<SignChange> search_outward(PathSolver& solver, double guess, double step,
                                          const Reach& reach, std::optional<PathState>& nearest);
 
+/// The same for what rises all along the path: goes to that side alone on which it is zero, as far
+/// as its slope says.
+std::optional<SignChange> search_along_slope(PathSolver& solver, double guess, double step,
+                                             const Reach& reach, std::optional<PathState>& nearest);
+
 /// Looks for a change of sign between two ends, the lowest there is.
 std::optional<SignChange> search_between(PathSolver& solver, double low, double high, int parts,
                                          std::optional<PathState>& nearest);

@@ -130,8 +130,16 @@ PathState find_target(PathSolver& solver, Requirement requirement, const SearchR
     std::optional<SignChange> change;
     if (range.guess) {
         const double guess = path.point(*range.guess);
-        change = search_outward(solver, guess, first_step(path.variable(), guess),
-                                reach_of(path.variable()), nearest);
+        const double step = first_step(path.variable(), guess);
+        const Reach reach = reach_of(path.variable());
+        if (path.variable() == Path::Variable::Temperature && path.is_closed_at_given_pressure() &&
+            requirement.rises_with_temperature()) {
+            change = search_along_slope(solver, guess, step, reach, nearest);
+        }
+        // Data beyond their range may not know that heat capacities are positive.
+        if (!change) {
+            change = search_outward(solver, guess, step, reach, nearest);
+        }
     } else {
         change = search_between(solver, low, high, PartsBetween, nearest);
     }
