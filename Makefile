@@ -42,8 +42,8 @@ SANITIZED_SAMPLES = TESSARA_CORES=standin TESSARA_RANDOM_CALLS=2500
 SANITIZED_TESTS = tests/friendly tests/basic tests/system/test_classes.py \
 	tests/system/test_queries.py tests/system/test_result_objects.py tests/system/test_streams.py
 
-.PHONY: demo test test-python test-sanitized test-long test-release test-fuzz lint benchmark \
-	benchmark-peers benchmark-size benchmark-memory clean
+.PHONY: demo test test-python test-sanitized test-long test-faults test-release test-fuzz lint \
+	benchmark benchmark-peers benchmark-size benchmark-memory clean
 
 demo: $(VENV)/package
 	$(BIN)/python examples/reduction_of_hematite.py
@@ -67,8 +67,13 @@ test-sanitized: $(VENV)/test-tools
 
 test-long: SANITIZED_TESTS = tests/friendly tests/basic tests/system
 test-long: SANITIZED_SAMPLES =
-test-long: test test-release test-fuzz
-	$(BIN)/pytest -m long
+test-long: test test-faults test-release test-fuzz
+	$(BIN)/$(PYTEST) -m long
+
+# Every call of the interpreter fails once in every method, with what `test-sanitized` has built.
+test-faults:
+	$(SANITIZED) TESSARA_FRIENDLY_FAULTS="$(SANITIZED_FAULTS)" \
+		$(BIN)/$(PYTEST) -m long tests/friendly/test_faults.py
 
 test-release: $(VENV)/test-tools
 	$(CONFIGURE) --preset release -DTESSARA_BENCHMARKS=OFF

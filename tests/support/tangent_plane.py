@@ -60,6 +60,7 @@ class Checker:
 
     BALANCE, POTENTIAL, FORCE = 1e-12, 1e-9, 1e-9
     ROUNDING = 64 * 2.0**-52
+    ROUNDS = 100  # of a climb before its steps only shrink
 
     def __init__(self, file: DataFile, samples: int = 100, seed: int = 5) -> None:
         self.components = file.components
@@ -244,8 +245,9 @@ class Checker:
         """Moves of one species into the place of another on one sublattice, ever smaller."""
         phase = self.phases[name]
         y = self._sites(phase.model, x)
-        step = 0.2
+        step, rounds = 0.2, 0
         while step > 1e-8:
+            rounds += 1
             better = False
             for row in y:
                 for a, b in itertools.permutations(range(len(row)), 2):
@@ -263,5 +265,6 @@ class Checker:
                         force, better = new, True
                     else:
                         row[a], row[b] = row[a] + move, row[b] - move
-            step *= 1.0 if better and step > 1e-3 else 0.4
+            # Ever smaller gains could go on nearly for ever.
+            step *= 1.0 if better and step > 1e-3 and rounds < self.ROUNDS else 0.4
         return force
