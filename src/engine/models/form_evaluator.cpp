@@ -4,13 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 
 namespace tessara {
 namespace {
-
-/// Tables of samples larger than this would cost more memory than they save time.
-constexpr std::size_t MostTableEntries = 5000;
 
 double pressure_part(const ExcessCoefficients& c, double pressure) {
     return (c.p + c.p2 * pressure) * pressure;
@@ -139,31 +135,21 @@ double FormEvaluator::entropy(std::span<const double> y, std::span<const double>
 }
 
 void FormEvaluator::mixing_of_samples(std::span<const double> y, std::span<double> m) const {
-    const std::size_t count = phase_.energy.coefficient_count();
-    if (m.size() * count > MostTableEntries) {
-        PhaseEvaluator::mixing_of_samples(y, m);
-        return;
-    }
-    if (samples_.entropy.size() != m.size()) {
-        samples_.entropy.resize(m.size());
-        samples_.products.resize(m.size() * count);
+    if (sample_entropy_.size() != m.size()) {
+        sample_entropy_.resize(m.size());
         std::vector<double> log_y(size_);
         for (std::size_t k = 0; k < m.size(); ++k) {
             const std::span<const double> at = y.subspan(k * size_, size_);
             std::transform(at.begin(), at.end(), log_y.begin(),
                            [](double value) { return std::log(value); });
-            samples_.entropy[k] = entropy(at, log_y);
-            phase_.energy.by_coefficient(at,
-                                         std::span(samples_.products).subspan(k * count, count));
+            sample_entropy_[k] = entropy(at, log_y);
         }
     }
-    const std::span<const double> coefficients = phase_.coefficients.reduced();
     for (std::size_t k = 0; k < m.size(); ++k) {
-        const double* products = &samples_.products[k * count];
-        m[k] = std::inner_product(products, products + count, coefficients.begin(),
-                                  samples_.entropy[k]);
+        const std::span<const double> at = y.subspan(k * size_, size_);
+        m[k] = sample_entropy_[k] + phase_.energy.value(at, phase_.coefficients.reduced());
         if (phase_.magnetic) {
-            m[k] += phase_.magnetic->value(t_, y.subspan(k * size_, size_));
+            m[k] += phase_.magnetic->value(t_, at);
         }
     }
 }

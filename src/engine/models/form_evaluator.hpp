@@ -87,12 +87,6 @@ public:
     double gradient_volume(std::span<const double> y, std::span<double> gradient) const;
 
 private:
-    /// What samples have of each coefficient, sample after sample, and their entropy over R.
-    struct SampleTable {
-        std::vector<double> products;
-        std::vector<double> entropy;
-    };
-
     double entropy(std::span<const double> y, std::span<const double> log_y) const;
     double add_entropy(std::span<const double> y, std::span<const double> log_y,
                        std::span<double> gradient) const;
@@ -105,7 +99,7 @@ private:
     mutable std::vector<double> gradient_;
     mutable std::vector<double> root_;
     mutable std::vector<double> group_sums_;
-    mutable SampleTable samples_;
+    mutable std::vector<double> sample_entropy_; ///< over R
 };
 
 /// Turns the gradient of a property of one unit into partial quantities, see

@@ -102,8 +102,17 @@ void FormProducts::add(std::size_t coefficient, double multiplier,
         term.plain =
             term.plain && factor.form < variables_ && factor.over == None && factor.power == 1;
     }
+    if (is_short(term)) {
+        ShortTerm product{multiplier, static_cast<std::uint32_t>(coefficient), {}};
+        for (std::size_t k = 0; k < term.factor_count; ++k) {
+            const std::size_t of = factors_[term.first_factor + k].factor.form;
+            product.forms[k] = static_cast<std::uint32_t>(of);
+        }
+        short_[term.factor_count].push_back(product);
+    } else {
+        long_.push_back(terms_.size());
+    }
     terms_.push_back(term);
-    coefficients_ = std::max(coefficients_, coefficient + 1);
     derivatives_.resize(std::max(derivatives_.size(), term.factor_count));
     rows_.resize(std::max(rows_.size(), term.factor_count * term.variable_count));
     after_.resize(std::max(after_.size(), term.factor_count + 1));
@@ -113,6 +122,15 @@ void FormProducts::add(std::size_t coefficient, double multiplier,
     for (std::size_t k = slopes_.size(); k < entries_.size(); ++k) {
         slopes_.push_back(entries_[k].above);
     }
+}
+
+bool FormProducts::is_short(const Term& term) const {
+    const auto begin = factors_.begin() + static_cast<std::ptrdiff_t>(term.first_factor);
+    return term.factor_count <= MostShort &&
+           std::all_of(begin, begin + static_cast<std::ptrdiff_t>(term.factor_count),
+                       [](const TermFactor& own) {
+                           return own.factor.over == None && own.factor.power == 1;
+                       });
 }
 
 void FormProducts::set(std::span<const double> y) const {
@@ -171,24 +189,32 @@ FormProducts::Derivatives FormProducts::derivatives(const TermFactor& own) const
 
 double FormProducts::product(const Term& term) const {
     double result = term.multiplier;
-    if (term.plain) {
-        const std::size_t* variables = plain_variables(term);
-        for (std::size_t k = 0; k < term.factor_count; ++k) {
-            result *= values_[variables[k]];
-        }
-        return result;
-    }
     for (std::size_t k = 0; k < term.factor_count; ++k) {
         result *= factor_value(factors_[term.first_factor + k].factor);
     }
     return result;
 }
 
+template <std::size_t Count>
+double FormProducts::sum_of_short(std::span<const double> coefficients) const {
+    double total = 0.0;
+    for (const ShortTerm& term : short_[Count]) {
+        double product = coefficients[term.coefficient] * term.multiplier;
+        for (std::size_t k = 0; k < Count; ++k) {
+            product *= values_[term.forms[k]];
+        }
+        total += product;
+    }
+    return total;
+}
+
 double FormProducts::value(std::span<const double> y, std::span<const double> coefficients) const {
     set(y);
-    double total = 0.0;
-    for (const Term& term : terms_) {
-        total += coefficients[term.coefficient] * product(term);
+    double total = sum_of_short<0>(coefficients) + sum_of_short<1>(coefficients) +
+                   sum_of_short<2>(coefficients) + sum_of_short<3>(coefficients) +
+                   sum_of_short<4>(coefficients);
+    for (const std::size_t place : long_) {
+        total += coefficients[terms_[place].coefficient] * product(terms_[place]);
     }
     return total;
 }

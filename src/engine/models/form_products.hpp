@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <span>
 #include <vector>
@@ -44,7 +46,6 @@ public:
     void add(std::size_t coefficient, double multiplier, std::span<const Factor> factors);
 
     std::size_t variable_count() const { return variables_; }
-    std::size_t coefficient_count() const { return coefficients_; }
     bool empty() const { return terms_.empty(); }
 
     double value(std::span<const double> y, std::span<const double> coefficients) const;
@@ -86,6 +87,13 @@ private:
         std::size_t variable_count;
         bool plain; ///< a product of different variables, as of an end member
     };
+    /// A product of few forms as they are, for the value alone: most are of this kind.
+    static constexpr std::size_t MostShort = 4;
+    struct ShortTerm {
+        double multiplier;
+        std::uint32_t coefficient;
+        std::array<std::uint32_t, MostShort> forms;
+    };
     /// A factor's value f = r^e, r = a / b, and its derivatives in r.
     struct Derivatives {
         double inverse; ///< 1 / b
@@ -93,6 +101,9 @@ private:
     };
 
     void set(std::span<const double> y) const;
+    bool is_short(const Term& term) const;
+    template <std::size_t Count>
+    double sum_of_short(std::span<const double> coefficients) const;
     double factor_value(const Factor& factor) const;
     Derivatives derivatives(const TermFactor& own) const;
     double slope(const TermFactor& own, const Entry& entry) const;
@@ -107,12 +118,13 @@ private:
     }
 
     std::size_t variables_;
-    std::size_t coefficients_ = 0;
     std::vector<Form> forms_;
     std::vector<TermFactor> factors_;
     std::vector<Entry> entries_;
     std::vector<std::size_t> places_;
     std::vector<Term> terms_;
+    std::array<std::vector<ShortTerm>, MostShort + 1> short_; ///< by their number of factors
+    std::vector<std::size_t> long_;                           ///< the other terms
 
     // Work space.
     mutable std::vector<double> values_; ///< of the forms
