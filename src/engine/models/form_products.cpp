@@ -102,14 +102,7 @@ void FormProducts::add(std::size_t coefficient, double multiplier,
         term.plain =
             term.plain && factor.form < variables_ && factor.over == None && factor.power == 1;
     }
-    if (is_short(term)) {
-        ShortTerm product{multiplier, static_cast<std::uint32_t>(coefficient), {}};
-        for (std::size_t k = 0; k < term.factor_count; ++k) {
-            const std::size_t of = factors_[term.first_factor + k].factor.form;
-            product.forms[k] = static_cast<std::uint32_t>(of);
-        }
-        short_[term.factor_count].push_back(product);
-    } else {
+    if (!add_short(term)) {
         long_.push_back(terms_.size());
     }
     terms_.push_back(term);
@@ -124,13 +117,20 @@ void FormProducts::add(std::size_t coefficient, double multiplier,
     }
 }
 
-bool FormProducts::is_short(const Term& term) const {
-    const auto begin = factors_.begin() + static_cast<std::ptrdiff_t>(term.first_factor);
-    return term.factor_count <= MostShort &&
-           std::all_of(begin, begin + static_cast<std::ptrdiff_t>(term.factor_count),
-                       [](const TermFactor& own) {
-                           return own.factor.over == None && own.factor.power == 1;
-                       });
+bool FormProducts::add_short(const Term& term) {
+    ShortTerm product{term.multiplier, static_cast<std::uint32_t>(term.coefficient), {}};
+    std::size_t count = 0;
+    for (std::size_t k = 0; k < term.factor_count; ++k) {
+        const Factor& factor = factors_[term.first_factor + k].factor;
+        for (int times = 0; times < factor.power; ++times) {
+            if (factor.over != None || count == MostShort) {
+                return false;
+            }
+            product.forms[count++] = static_cast<std::uint32_t>(factor.form);
+        }
+    }
+    short_[count].push_back(product);
+    return true;
 }
 
 void FormProducts::set(std::span<const double> y) const {
@@ -208,11 +208,15 @@ double FormProducts::sum_of_short(std::span<const double> coefficients) const {
     return total;
 }
 
+template <std::size_t... Counts>
+double FormProducts::sum_of_all_short(std::span<const double> coefficients,
+                                      std::index_sequence<Counts...>) const {
+    return (sum_of_short<Counts>(coefficients) + ...);
+}
+
 double FormProducts::value(std::span<const double> y, std::span<const double> coefficients) const {
     set(y);
-    double total = sum_of_short<0>(coefficients) + sum_of_short<1>(coefficients) +
-                   sum_of_short<2>(coefficients) + sum_of_short<3>(coefficients) +
-                   sum_of_short<4>(coefficients);
+    double total = sum_of_all_short(coefficients, std::make_index_sequence<MostShort + 1>());
     for (const std::size_t place : long_) {
         total += coefficients[terms_[place].coefficient] * product(terms_[place]);
     }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace tessara {
@@ -87,8 +88,8 @@ private:
         std::size_t variable_count;
         bool plain; ///< a product of different variables, as of an end member
     };
-    /// A product of few forms as they are, for the value alone: most are of this kind.
-    static constexpr std::size_t MostShort = 4;
+    /// A product of few forms, powers written out, for the value alone: most are of this kind.
+    static constexpr std::size_t MostShort = 6;
     struct ShortTerm {
         double multiplier;
         std::uint32_t coefficient;
@@ -101,9 +102,12 @@ private:
     };
 
     void set(std::span<const double> y) const;
-    bool is_short(const Term& term) const;
+    bool add_short(const Term& term);
     template <std::size_t Count>
     double sum_of_short(std::span<const double> coefficients) const;
+    template <std::size_t... Counts>
+    double sum_of_all_short(std::span<const double> coefficients,
+                            std::index_sequence<Counts...> counts) const;
     double factor_value(const Factor& factor) const;
     Derivatives derivatives(const TermFactor& own) const;
     double slope(const TermFactor& own, const Entry& entry) const;
