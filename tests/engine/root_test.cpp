@@ -51,6 +51,14 @@ TEST(Bracket, NeedsFewStepsWhereTheFunctionIsSmooth) {
     EXPECT_LT(zero_of([](double x) { return x * x * x - 5.0; }, 0.0, 10.0).steps, 20);
 }
 
+TEST(Bracket, DoesNotChaseRounding) {
+    // Terms of 1e6 that cancel leave noise of 1e-10, and a slope of 300.
+    const auto f = [](double x) { return (1e6 + 300.0 * (x - 1731.9456525588291)) - 1e6; };
+    const Found found = zero_of(f, 1700.0, 1800.0);
+    EXPECT_NEAR(found.at, 1731.9456525588291, 1e-12);
+    EXPECT_LT(found.steps, 7);
+}
+
 TEST(Bracket, ClosesInOnAJump) {
     const Found found = zero_of([](double x) { return x < 0.7 ? -1.0 : 1000.0; }, 0.0, 1.0);
     EXPECT_NEAR(found.at, 0.7, 1e-15);

@@ -9,6 +9,8 @@ namespace {
 
 /// No method needs as many steps as this for an interval of doubles.
 constexpr int MostSteps = 300;
+/// Of a point: what is measured there is no better than its own rounding.
+constexpr double Rounding = 8.0 * std::numeric_limits<double>::epsilon();
 
 double resolution(double low, double high) {
     return 2.0 * std::numeric_limits<double>::epsilon() *
@@ -19,7 +21,14 @@ double resolution(double low, double high) {
 
 bool Bracket::is_open() const {
     return f_low_ != 0.0 && f_high_ != 0.0 && steps_ < MostSteps &&
-           std::abs(high_ - low_) > resolution(low_, high_);
+           std::abs(high_ - low_) > resolution(low_, high_) && !is_at_rounding();
+}
+
+/// Whether steps have come down to rounding, in values that are near zero: those across a jump are
+/// not.
+bool Bracket::is_at_rounding() const {
+    return has_third_ && std::abs(low_ - before_) <= Rounding * std::abs(low_) &&
+           std::max(std::abs(f_low_), std::abs(f_before_)) <= small_;
 }
 
 double Bracket::next() {
@@ -45,6 +54,8 @@ double Bracket::next() {
 
 void Bracket::take(double point, double f) {
     has_third_ = true;
+    before_ = low_;
+    f_before_ = f_low_;
     if ((f > 0.0) == (f_low_ > 0.0)) {
         third_ = low_;
         f_third_ = f_low_;
