@@ -117,41 +117,20 @@ void FormEvaluator::set_state(const TemperatureTerms& at, double pressure) {
     phase_.coefficients.set_state(at, pressure);
 }
 
-double FormEvaluator::mixing(std::span<const double> y, std::span<const double> log_y) const {
-    double m = phase_.energy.value(y, phase_.coefficients.reduced()) + entropy(y, log_y);
+double FormEvaluator::energy(std::span<const double> y) const {
+    double m = phase_.energy.value(y, phase_.coefficients.reduced());
     if (phase_.magnetic) {
         m += phase_.magnetic->value(t_, y);
     }
     return m;
 }
 
-/// What does not depend on T.
 double FormEvaluator::entropy(std::span<const double> y, std::span<const double> log_y) const {
     double m = phase_.mixing.value(y, log_y);
     for (std::size_t i = 0; i < phase_.linear.size(); ++i) {
         m += phase_.linear[i] * y[i];
     }
     return m;
-}
-
-void FormEvaluator::mixing_of_samples(std::span<const double> y, std::span<double> m) const {
-    if (sample_entropy_.size() != m.size()) {
-        sample_entropy_.resize(m.size());
-        std::vector<double> log_y(size_);
-        for (std::size_t k = 0; k < m.size(); ++k) {
-            const std::span<const double> at = y.subspan(k * size_, size_);
-            std::transform(at.begin(), at.end(), log_y.begin(),
-                           [](double value) { return std::log(value); });
-            sample_entropy_[k] = entropy(at, log_y);
-        }
-    }
-    for (std::size_t k = 0; k < m.size(); ++k) {
-        const std::span<const double> at = y.subspan(k * size_, size_);
-        m[k] = sample_entropy_[k] + phase_.energy.value(at, phase_.coefficients.reduced());
-        if (phase_.magnetic) {
-            m[k] += phase_.magnetic->value(t_, at);
-        }
-    }
 }
 
 double FormEvaluator::mixing(std::span<const double> y, std::span<const double> log_y,

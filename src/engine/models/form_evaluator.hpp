@@ -73,13 +73,14 @@ public:
     void reported_partials(std::span<const double> y, std::span<const ThermalValue> of_variables,
                            std::span<ThermalValue> of_constituents) const override;
     void set_state(const TemperatureTerms& at, double pressure) override;
-    double mixing(std::span<const double> y, std::span<const double> log_y) const override;
-    void mixing_of_samples(std::span<const double> y, std::span<double> m) const override;
+    using PhaseEvaluator::mixing;
     double mixing(std::span<const double> y, std::span<const double> log_y,
                   std::span<double> gradient, std::span<double> scaled_hessian) const override;
     ThermalValue mixing_thermal(std::span<const double> y, std::span<const double> log_y,
                                 std::span<ThermalValue> partial) const override;
     double volume(std::span<const double> y, std::span<double> partial) const override;
+    double energy(std::span<const double> y) const override;
+    double entropy(std::span<const double> y, std::span<const double> log_y) const override;
 
     /// R T m with its gradient in place of the partial quantities.
     ThermalValue gradient_thermal(std::span<const double> y, std::span<const double> log_y,
@@ -87,7 +88,6 @@ public:
     double gradient_volume(std::span<const double> y, std::span<double> gradient) const;
 
 private:
-    double entropy(std::span<const double> y, std::span<const double> log_y) const;
     double add_entropy(std::span<const double> y, std::span<const double> log_y,
                        std::span<double> gradient) const;
 
@@ -99,7 +99,6 @@ private:
     mutable std::vector<double> gradient_;
     mutable std::vector<double> root_;
     mutable std::vector<double> group_sums_;
-    mutable std::vector<double> sample_entropy_; ///< over R
 };
 
 /// Turns the gradient of a property of one unit into partial quantities, see

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace tessara {
 namespace {
@@ -22,13 +23,19 @@ public:
         log_p_ = gas_ ? std::log(pressure) : 0.0;
     }
 
-    double mixing(std::span<const double> x, std::span<const double> log_x) const override {
+    double energy(std::span<const double> x) const override {
+        return log_p_ * std::accumulate(x.begin(), x.end(), 0.0);
+    }
+
+    double entropy(std::span<const double> x, std::span<const double> log_x) const override {
         double m = 0.0;
         for (std::size_t i = 0; i < size_; ++i) {
-            m += x[i] * (log_x[i] + log_p_);
+            m += x[i] * log_x[i];
         }
         return m;
     }
+
+    using PhaseEvaluator::mixing;
 
     double mixing(std::span<const double> x, std::span<const double> log_x,
                   std::span<double> gradient, std::span<double> scaled_hessian) const override {

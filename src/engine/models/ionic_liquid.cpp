@@ -190,9 +190,13 @@ public:
         inner_.set_state(at, pressure);
     }
 
-    double mixing(std::span<const double> y, std::span<const double> log_y) const override {
+    double energy(std::span<const double> y) const override {
+        enter(y);
+        return inner_.energy(y_);
+    }
+    double entropy(std::span<const double> y, std::span<const double> log_y) const override {
         enter(y, log_y);
-        return inner_.mixing(y_, log_y_);
+        return inner_.entropy(y_, log_y_);
     }
 
     double mixing(std::span<const double> y, std::span<const double> log_y,

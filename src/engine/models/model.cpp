@@ -34,14 +34,21 @@ std::string_view model_name(ModelKind kind) {
 }
 
 void PhaseModel::describe(Description&) const {}
+
 void PhaseEvaluator::mixing_of_samples(std::span<const double> x, std::span<double> m) const {
     const std::size_t n = size();
-    std::vector<double> log_x(n);
+    if (sample_entropy_.size() != m.size()) {
+        sample_entropy_.resize(m.size());
+        std::vector<double> log_x(n);
+        for (std::size_t k = 0; k < m.size(); ++k) {
+            const std::span<const double> at = x.subspan(k * n, n);
+            std::transform(at.begin(), at.end(), log_x.begin(),
+                           [](double value) { return std::log(value); });
+            sample_entropy_[k] = entropy(at, log_x);
+        }
+    }
     for (std::size_t k = 0; k < m.size(); ++k) {
-        const std::span<const double> at = x.subspan(k * n, n);
-        std::transform(at.begin(), at.end(), log_x.begin(),
-                       [](double value) { return std::log(value); });
-        m[k] = mixing(at, log_x);
+        m[k] = energy(x.subspan(k * n, n)) + sample_entropy_[k];
     }
 }
 

@@ -111,11 +111,13 @@ public:
     virtual void set_state(const TemperatureTerms& at, double pressure) = 0;
 
     /// m(x) where `log_x` holds ln x, so that traces keep their digits.
-    virtual double mixing(std::span<const double> x, std::span<const double> log_x) const = 0;
+    double mixing(std::span<const double> x, std::span<const double> log_x) const {
+        return energy(x) + entropy(x, log_x);
+    }
 
     /// m at compositions one after the other. They have to be the same at each call of one
-    /// evaluator, which may keep what of them does not depend on the state.
-    virtual void mixing_of_samples(std::span<const double> x, std::span<double> m) const;
+    /// evaluator, which keeps their entropy.
+    void mixing_of_samples(std::span<const double> x, std::span<double> m) const;
 
     /// m(x) with its gradient, and its Hessian scaled by sqrt(x_i x_j): a row-major square, whose
     /// entries stay of order one for traces.
@@ -133,6 +135,14 @@ public:
     /// dG/dP of one mole in m^3/mol, the partial volumes likewise (data files hold no volumes, but
     /// excess terms may depend on P).
     virtual double volume(std::span<const double> x, std::span<double> partial) const = 0;
+
+    /// What of m depends on T and P.
+    virtual double energy(std::span<const double> x) const = 0;
+    /// What of m does not: that of ideal mixing, over R and with the sign of G.
+    virtual double entropy(std::span<const double> x, std::span<const double> log_x) const = 0;
+
+private:
+    mutable std::vector<double> sample_entropy_;
 };
 
 /// The parameters of one mixture phase as a data file gives them. Immutable; copies of a phase

@@ -242,35 +242,23 @@ public:
         }
     }
 
-    double mixing(std::span<const double> x, std::span<const double> log_x) const override {
+    double energy(std::span<const double> x) const override {
         double m = excess_.polynomial.value(x, reduced_);
-        for (std::size_t i = 0; i < size_; ++i) {
-            m += x[i] * log_x[i];
-        }
         if (magnetic_) {
             m += magnetic_->value(t_, x);
         }
         return m;
     }
 
-    void mixing_of_samples(std::span<const double> x, std::span<double> m) const override {
-        if (sample_entropy_.size() != m.size()) {
-            sample_entropy_.assign(m.size(), 0.0);
-            for (std::size_t k = 0; k < m.size(); ++k) {
-                for (const double value : x.subspan(k * size_, size_)) {
-                    sample_entropy_[k] += value * std::log(value);
-                }
-            }
+    double entropy(std::span<const double> x, std::span<const double> log_x) const override {
+        double m = 0.0;
+        for (std::size_t i = 0; i < size_; ++i) {
+            m += x[i] * log_x[i];
         }
-        for (std::size_t k = 0; k < m.size(); ++k) {
-            const std::span<const double> at = x.subspan(k * size_, size_);
-            m[k] = excess_.polynomial.value(at, reduced_) + sample_entropy_[k];
-            if (magnetic_) {
-                m[k] += magnetic_->value(t_, at);
-            }
-        }
+        return m;
     }
 
+    using PhaseEvaluator::mixing;
     double mixing(std::span<const double> x, std::span<const double> log_x,
                   std::span<double> gradient, std::span<double> scaled_hessian) const override {
         for (std::size_t i = 0; i < size_; ++i) {
@@ -364,7 +352,6 @@ private:
     mutable std::vector<ThermalValue> thermal_;
     mutable std::vector<double> selected_; ///< the coefficients of one property, while it is mixed
     mutable std::vector<double> gradient_;
-    mutable std::vector<double> sample_entropy_; ///< sum of x ln x
     mutable std::vector<double> work_;
 };
 
