@@ -24,11 +24,15 @@ bool Bracket::is_open() const {
            std::abs(high_ - low_) > resolution(low_, high_) && !is_at_rounding();
 }
 
-/// Whether steps have come down to rounding, in values that are near zero: those across a jump are
-/// not.
+/// Whether the point taken last has another that was tried within rounding, and both values are
+/// near zero: those across a jump are not.
 bool Bracket::is_at_rounding() const {
-    return has_third_ && std::abs(low_ - before_) <= Rounding * std::abs(low_) &&
-           std::max(std::abs(f_low_), std::abs(f_before_)) <= small_;
+    return std::abs(f_low_) <= small_ &&
+           (is_same_zero(high_, f_high_) || (has_third_ && is_same_zero(third_, f_third_)));
+}
+
+bool Bracket::is_same_zero(double point, double f) const {
+    return std::abs(low_ - point) <= Rounding * std::abs(low_) && std::abs(f) <= small_;
 }
 
 double Bracket::next() {
@@ -54,8 +58,6 @@ double Bracket::next() {
 
 void Bracket::take(double point, double f) {
     has_third_ = true;
-    before_ = low_;
-    f_before_ = f_low_;
     if ((f > 0.0) == (f_low_ > 0.0)) {
         third_ = low_;
         f_third_ = f_low_;

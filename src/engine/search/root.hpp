@@ -29,6 +29,7 @@ private:
     static constexpr double SmallShare = 1e-6;
 
     bool is_at_rounding() const;
+    bool is_same_zero(double point, double f) const;
 
     double low_;
     double f_low_;
@@ -38,8 +39,6 @@ private:
     double third_ = 0.0; ///< the point given up last
     double f_third_ = 0.0;
     bool has_third_ = false;
-    double before_ = 0.0; ///< the point taken before the last
-    double f_before_ = 0.0;
     int steps_ = 0;
 };
 

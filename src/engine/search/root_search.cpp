@@ -110,6 +110,18 @@ std::optional<PathState> mixed_zero(const PathState& one, const PathState& other
     return result;
 }
 
+/// The state a step further on, which is shortened as long as there is none.
+std::optional<PathState> step_on(PathSolver& solver, const PathState& last, double direction,
+                                 double& step, const Reach& reach) {
+    for (int cut = 0; cut < MostShortenings; ++cut, step *= 0.4) {
+        const double point = std::clamp(last.point + direction * step, reach.low, reach.high);
+        if (std::optional<PathState> next = solver.attempt(point, &last)) {
+            return next;
+        }
+    }
+    return std::nullopt;
+}
+
 /// Where the measure has an extremum between `low` and `high` that may lie on the other side of
 /// zero: the state nearest to or beyond zero.
 std::optional<PathState> look_into_turn(PathSolver& solver, PathState low, PathState middle,
@@ -214,14 +226,8 @@ std::optional<SignChange> search_outward(PathSolver& solver, double guess, doubl
         if (side == nullptr) {
             return std::nullopt;
         }
-        std::optional<PathState> next;
-        for (int cut = 0; cut < MostShortenings && !next; ++cut) {
-            double point = side->last.point + side->direction * side->step;
-            point =
-                side->direction > 0.0 ? std::min(point, side->limit) : std::max(point, side->limit);
-            next = solver.attempt(point, &side->last);
-            side->step *= next ? 1.0 : 0.4;
-        }
+        std::optional<PathState> next =
+            step_on(solver, side->last, side->direction, side->step, reach);
         if (!next) {
             side->ended = true;
             continue;
@@ -260,12 +266,7 @@ std::optional<SignChange> search_along_slope(PathSolver& solver, double guess, d
     const double direction = last.measure < 0.0 ? 1.0 : -1.0;
     const double limit = last.measure < 0.0 ? reach.high : reach.low;
     for (int k = 0; k < MostOutwardSteps && last.point != limit; ++k) {
-        std::optional<PathState> next;
-        for (int cut = 0; cut < MostShortenings && !next; ++cut) {
-            const double point = last.point + direction * step;
-            next = solver.attempt(std::clamp(point, reach.low, reach.high), &last);
-            step *= next ? 1.0 : 0.4;
-        }
+        std::optional<PathState> next = step_on(solver, last, direction, step, reach);
         if (!next || !is_known(*next)) {
             return std::nullopt;
         }
