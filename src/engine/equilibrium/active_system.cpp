@@ -19,12 +19,27 @@ namespace {
 constexpr double Trace = 1e-3;
 /// Samples of a phase of many constituents are drawn along its edges only.
 constexpr std::size_t MostForFaces = 8;
-/// Of a phase of more corners than these, the edges get fewer samples.
-constexpr std::size_t MostForEdges = 12;
-constexpr std::size_t MostForMiddlesOfEdges = 40;
-/// How far below a maximum, over R T, the sample next to it may lie. Where mixing is ideal it is a
-/// third to a tenth of these.
-constexpr double MostSampleGap = 1.5;
+/// Into how many steps the edges of a phase are parted, the less the more it has corners, and how
+/// far below a maximum, over R T, the sample next to it may then lie: where mixing is ideal it is a
+/// third to a tenth of that. The fewest steps are for phases of internal variables, whose edges
+/// cost more.
+struct EdgeSamples {
+    std::size_t most; ///< constituents, or corners
+    double gap;
+    int steps;
+    bool of_corners = false;
+};
+constexpr std::size_t Any = std::numeric_limits<std::size_t>::max();
+constexpr EdgeSamples Edges[] = {
+    {1, 0.5, 1}, // no edges
+    {2, 0.3, 20},
+    {4, 0.5, 8},
+    {6, 1.0, 6},
+    {12, Block::MostSampleGap, 4, true},
+    {40, Block::MostSampleGap, 2, true},
+    {Any, Block::MostSampleGap, 1, true},
+    {Any, Block::MostSampleGap, 4},
+};
 /// Samples of a phase of several sublattices.
 constexpr int MostProducts = 500;
 /// Share of a constituent that a corner does not hold.
@@ -430,17 +445,12 @@ void ActiveSystem::make_samples(Block& block) const {
     for (std::size_t i = 0; i < n; ++i) {
         mix({{i, 1.0}});
     }
-    block.sample_gap = std::min(MostSampleGap, (corners ? 1.5 : 1.0) * (n == 2   ? 0.3
-                                                                        : n <= 4 ? 0.5
-                                                                        : n <= 6 ? 1.0
-                                                                                 : MostSampleGap));
-    const int steps = (n == 2                          ? 20
-                       : n <= 4                        ? 8
-                       : n <= 6                        ? 6
-                       : !corners || n <= MostForEdges ? 4
-                       : n <= MostForMiddlesOfEdges    ? 2
-                                                       : 1) *
-                      sampling_;
+    const auto fitting =
+        std::find_if(std::begin(Edges), std::end(Edges), [&](const EdgeSamples& row) {
+            return n <= row.most && (corners || !row.of_corners);
+        });
+    block.sample_gap = std::min(Block::MostSampleGap, (corners ? 1.5 : 1.0) * fitting->gap);
+    const int steps = fitting->steps * sampling_;
     for (std::size_t i = 0; i < n; ++i) {
         for (std::size_t j = i + 1; j < n; ++j) {
             for (int k = 1; k < steps; ++k) {

@@ -64,7 +64,8 @@ struct Block {
     std::vector<double> sample_x;
     std::vector<double> sample_mixing; ///< m at the samples, at the present state
     /// How far below the best maximum, over R T, the sample next to it may lie.
-    double sample_gap = 1.5;
+    static constexpr double MostSampleGap = 1.5;
+    double sample_gap = MostSampleGap;
 
     std::size_t sample_count() const { return sample_mixing.size(); }
     std::span<const double> sample(std::size_t k) const { return {&sample_x[k * count], count}; }
