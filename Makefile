@@ -82,7 +82,7 @@ test-release: $(VENV)/test-tools
 	build/release/tests/engine/engine_sweeps 100000 whole
 
 FUZZ_SECONDS ?= 300
-FUZZ_OPTIONS = -max_total_time=$(FUZZ_SECONDS) -timeout=60 -rss_limit_mb=2048 -print_final_stats=1
+FUZZ_OPTIONS = -max_total_time=$(FUZZ_SECONDS) -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
 test-fuzz: $(VENV)/test-tools
 	tools/install-system-packages clang
 	$(CONFIGURE) --preset fuzz
