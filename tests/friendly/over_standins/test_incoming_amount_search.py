@@ -126,6 +126,12 @@ def test_entry_may_be_any_iterable_of_four(solver, loaded, core, make):
     assert loaded.calls[0] == ("hxce", core.TargetVariable.IA, 0, 2, [0.25, 0.5])
 
 
+def test_entry_may_be_a_list(solver, loaded, core):
+    ((ph, pc, _),) = solver.calculate_eq_IA([["GAS", "O2", 0.25, 0.5]])
+    assert (ph, pc) == ("GAS", "O2")
+    assert loaded.of("hxce") == [("hxce", core.TargetVariable.IA, 0, 2, [0.25, 0.5])]
+
+
 def test_result_names_phase_and_constituent_as_the_caller_did(solver, loaded):
     class Name(str):
         __slots__ = ()

@@ -103,6 +103,15 @@ def test_what_is_no_condition_variable_is_refused_first(base, loaded, variable, 
     assert loaded.calls == []
 
 
+def test_value_of_a_member_does_not_pass(base, loaded, core):
+    value = core.ConditionVariable.IA.value
+    with pytest.raises(TypeError, match="ConditionVariable expected"):
+        base._set_eq_condition_sc(value, "Fe", 1.0)
+    with pytest.raises(TypeError, match="ConditionVariable expected"):
+        base._set_eq_condition_pc(value, "GAS", "O2", 1.0)
+    assert loaded.calls == []
+
+
 def test_subclass_of_the_enumeration_does_not_pass(friendly, base, loaded, monkeypatch):
     class ConditionVariable:
         pass
@@ -136,7 +145,7 @@ def test_unknown_component_is_told_in_words(base, loaded, core, name, sc, shown)
 @pytest.mark.parametrize("name", CONSTITUENT)
 def test_unknown_phase_is_told_in_words(base, loaded, core, name, ph):
     with pytest.raises(core.TessaraPyError) as failure:
-        getattr(base, name)(ph, object(), 1.0)
+        getattr(base, name)(ph, [], 1.0)  # to look a list up would fail
     assert failure.value.args == (f"Phase '{ph}' does not exist.",)
     assert failure.value.__context__.args == (ph,)
     assert loaded.calls == []

@@ -253,6 +253,19 @@ def test_whole_map_over_the_library(logged, loaded, core, going_on, axis):
 
 
 @pytest.mark.parametrize("axis", AXES)
+def test_map_ends_only_when_the_library_says_so(logged, loaded, core, going_on, axis):
+    logged.get_result_object = classmethod(lambda cls: SimpleNamespace(T=1.0, P=1.0))
+    walk = getattr(logged, f"calculate_ph_txs_{axis}")
+    going_on(*[True] * 500)
+    assert len(walk(1, 2)) == 502
+    going_on(otherwise=True)
+    loaded.fail_at = len(loaded.calls) + 2000
+    with pytest.raises(core.TessaraError) as failure:
+        walk(1, 2)
+    assert failure.value is loaded.error
+
+
+@pytest.mark.parametrize("axis", AXES)
 def test_arguments_of_a_map_go_by_keyword(logged, loaded, going_on, axis):
     logged.get_result_object = classmethod(lambda cls: SimpleNamespace(T=1.0, P=1.0))
     keywords = {f"{axis}_min": 1, f"{axis}_max": 2}

@@ -534,7 +534,12 @@ def test_streams_of_a_result_can_react_again(streams, loaded, units):
 
 def test_stream_given_twice_is_set_up_twice(streams, loaded, units):
     ore = stream("ore", ("GAS", "CO", 3.0))
+    entries = []
+    loaded.before = lambda call: call[0] == "hxstca" and entries.append(streams.streams["ore"])
     streams.stream_reaction_result([ore, ore])
+    first, second = entries
+    assert second is not first
+    assert streams.streams["ore"] is second
     assert (
         loaded.of("hxsttp", "hxstca")
         == [

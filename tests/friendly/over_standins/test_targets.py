@@ -104,7 +104,8 @@ def test_unknown_phase(targets, loaded, core, name, ph):
 @pytest.mark.parametrize("ph", ["SLAG", 3])
 @pytest.mark.parametrize("name", CONSTITUENT)
 def test_unknown_phase_of_a_constituent(targets, loaded, core, name, ph):
-    text = refused(core, lambda: getattr(targets, name)(ph, object(), 1.0))
+    # To look a list up would fail.
+    text = refused(core, lambda: getattr(targets, name)(ph, [], 1.0))
     assert text == f"Phase '{ph}' does not exist."
     assert loaded.calls == []
 
